@@ -1,0 +1,419 @@
+// Start, worker loop and shutdown of the bridge.
+#include "bridge/js_bridge_impl.h"
+
+#include <node.h>
+
+#include <chrono>
+#include <exception>
+
+#include "bridge/promise_tracker.h"
+#include "bridge/type_converter.h"
+#include "runtime/dependency_resolver.h"
+#include "runtime/log.h"
+#include "runtime/node_runtime.h"
+#include "runtime/safe_v8_accessor.h"
+#include "runtime/v8_scope.h"
+#include "runtime/v8_thread_manager.h"
+
+namespace morvanta {
+namespace jsbridge {
+
+using Clock = std::chrono::steady_clock;
+
+JSBridgeImpl::JSBridgeImpl() : task_queue_(std::make_shared<TaskQueue>()) {}
+
+JSBridgeImpl::~JSBridgeImpl() {
+  // Normally the runtime is gone by now. If it is not (a shutdown that never
+  // ran), it must not be torn down from a thread that is not its owner while
+  // a worker may still use it, so only the handles that are safe to drop go.
+  if (worker_thread_.joinable()) worker_thread_.detach();
+}
+
+std::string JSBridgeImpl::GetLastError() const {
+  std::lock_guard<std::mutex> lock(error_mutex_);
+  return last_error_;
+}
+
+void JSBridgeImpl::SetLastError(const std::string& text) {
+  std::lock_guard<std::mutex> lock(error_mutex_);
+  last_error_ = text;
+}
+
+bool JSBridgeImpl::Initialize(const JSBridgeConfig& config) {
+  if (initialized_.load()) {
+    SetLastError("Bridge already initialized");
+    return false;
+  }
+  config_ = config;
+  if (!InitializeNodeJS()) return false;
+  {
+    std::lock_guard<std::mutex> lock(phase_mutex_);
+    worker_phase_ = WorkerPhase::Running;
+  }
+  running_ = true;
+  worker_alive_ = true;
+  worker_thread_ = std::thread([self = shared_from_this()] { self->WorkerThread(); });
+  log::Info("[JSBridge] Waiting for worker thread to initialize...");
+  // No handshake: the worker's ownership transfer is expected to be done by then.
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  initialized_ = true;
+  log::Info("[JSBridge] Initialized successfully");
+  return true;
+}
+
+bool JSBridgeImpl::InitializeNodeJS() {
+  try {
+    log::Info("[JSBridge] Using NodeRuntime for initialization...");
+    runtime::EnsureDelayLoadHook();
+    node_runtime_ = std::make_unique<NodeRuntime>();
+    if (!node_runtime_->Initialize({"node"})) {
+      SetLastError("NodeRuntime initialization failed: " + node_runtime_->GetLastError());
+      node_runtime_.reset();
+      return false;
+    }
+    thread_manager_ = node_runtime_->GetThreadManager();
+    if (!thread_manager_) {
+      SetLastError("Failed to get V8ThreadManager from NodeRuntime");
+      return false;
+    }
+    safe_accessor_ = std::make_shared<SafeV8Accessor>(thread_manager_);
+    isolate_ = node_runtime_->GetIsolate();
+    event_loop_ = node_runtime_->GetEventLoop();
+    safe_accessor_->ExecuteVoidOperation([this](v8::Isolate* isolate) {
+      context_.Reset(isolate, node_runtime_->GetContext());
+    });
+    if (!isolate_ || context_.IsEmpty() || !event_loop_) {
+      SetLastError("Failed to get V8 components from NodeRuntime");
+      return false;
+    }
+    int rc = uv_async_init(event_loop_, &async_handle_, [](uv_async_t*) {
+      // Only wakes the loop; tasks are picked up by the worker's polling.
+    });
+    if (rc != 0) {
+      SetLastError(std::string("Failed to initialize uv_async_t: ") + uv_strerror(rc));
+      return false;
+    }
+    async_handle_.data = this;
+    return true;
+  } catch (const std::exception& e) {
+    SetLastError(std::string("Exception during Node.js initialization: ") + e.what());
+    return false;
+  }
+}
+
+void JSBridgeImpl::SubmitTask(std::shared_ptr<Task> task) {
+  if (!initialized_.load() || !task_queue_) return;
+  try {
+    task_queue_->Push(std::move(task));
+  } catch (const std::exception& e) {
+    if (debug())
+      log::Error("[JSBridge] SubmitTask: Failed to push task (object may be destroying): ", e.what());
+    return;
+  } catch (...) {
+    if (debug()) log::Error("[JSBridge] SubmitTask: Unknown exception in Push");
+    return;
+  }
+  std::lock_guard<std::mutex> lock(loop_mutex_);
+  if (event_loop_ && uv_async_send(&async_handle_) != 0 && debug())
+    log::Error("[JSBridge] SubmitTask: Failed to wake up worker thread");
+}
+
+// ---------------------------------------------------------------- worker ----
+
+void JSBridgeImpl::WorkerThread() {
+  log::Info("[JSBridge] Worker thread started");
+  const auto started = Clock::now();
+  try {
+    if (thread_manager_ && node_runtime_) {
+      if (node_runtime_->TransferOwnership(std::this_thread::get_id())) {
+        log::Info("[JSBridge] V8 isolate ownership transferred to worker thread");
+        if (isolate_ && !context_.IsEmpty()) {
+          DirectV8Scope scope(isolate_);
+          v8::Local<v8::Context> context = context_.Get(isolate_);
+          v8::Context::Scope context_scope(context);
+          if (!node::GetCurrentEnvironment(context))
+            log::Info("[JSBridge] Warning: Node.js environment not found in worker thread context");
+          else
+            log::Info("[JSBridge] Node.js environment verified in worker thread");
+        }
+      } else {
+        log::Error("[JSBridge] Failed to transfer V8 isolate ownership to worker thread");
+      }
+    }
+    if (debug()) {
+      log::Info("[JSBridge] Helper objects creation temporarily disabled for debugging");
+      log::Info("[JSBridge] Entering main event loop...");
+    }
+    // The loop also ends when the process is exiting: the exit handler then
+    // waits for this runtime, and the worker, as the isolate's owner, is the
+    // one thread that may take it down while the host's threads go on.
+    while (running_.load() && !NodeRuntime::IsProcessExiting()) {
+      if (!isolate_ || !event_loop_) {
+        NoV8Pass();
+        if (running_.load() && (!task_queue_ || task_queue_->Empty()))
+          std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (!running_.load()) log::Info("[JSBridge] Shutdown detected in basic event loop");
+        continue;
+      }
+      bool had_tasks = false;
+      bool had_promises = false;
+      if (safe_accessor_ && safe_accessor_->IsValid() && !context_.IsEmpty()) {
+        safe_accessor_->ExecuteVoidOperation(
+            [&](v8::Isolate* isolate) { TaskPass(isolate, had_tasks, had_promises); });
+      } else {
+        had_tasks = task_queue_ && !task_queue_->Empty();
+      }
+      if (event_loop_ && running_.load() && safe_accessor_ && safe_accessor_->IsValid()) {
+        DriveEventLoop(had_tasks, had_promises);
+        continue;
+      }
+      if (running_.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started);
+    // No iteration counter is kept, so the count printed is always 0.
+    log::Info("[JSBridge] Event loop completed - ", 0, " iterations in ", elapsed.count(), "ms");
+    log::Info("[JSBridge] Starting cleanup phase...");
+    if (promise_tracker_) {
+      log::Info("[JSBridge] Cleaning up ", promise_tracker_->GetPendingCount(), " pending promises");
+      promise_tracker_.reset();
+    }
+    type_converter_.reset();
+    log::Info("[JSBridge] Worker thread finished cleanly");
+  } catch (const std::exception& e) {
+    log::Error("[JSBridge] Worker thread exception: ", e.what());
+    if (debug()) {
+      log::Error("[JSBridge] Exception occurred at iteration ", 0);
+      log::Error("[JSBridge] Isolate available: ", isolate_ ? "yes" : "no");
+      log::Error("[JSBridge] Event loop available: ", event_loop_ ? "yes" : "no");
+    }
+  }
+  FinishWorker();
+}
+
+void JSBridgeImpl::FinishWorker() {
+  worker_alive_ = false;
+  bool cleanup_here = false;
+  {
+    std::lock_guard<std::mutex> lock(phase_mutex_);
+    if (worker_phase_ == WorkerPhase::Abandoned || NodeRuntime::IsProcessExiting()) {
+      cleanup_here = worker_phase_ != WorkerPhase::CleanedUp;
+      worker_phase_ = WorkerPhase::CleanedUp;
+    } else {
+      worker_phase_ = WorkerPhase::Finished;
+    }
+  }
+  if (cleanup_here) {
+    initialized_ = false;
+    CleanupNodeJS();
+  }
+}
+
+void JSBridgeImpl::TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_promises) {
+  v8::Local<v8::Context> context = context_.Get(isolate);
+  if (context.IsEmpty()) return;
+  v8::Context::Scope context_scope(context);
+  ProcessPendingTasks(isolate);
+  try {
+    isolate->PerformMicrotaskCheckpoint();
+  } catch (const std::exception& e) {
+    log::Error("[JSBridge] Exception in microtask checkpoint: ", e.what());
+  }
+  if (promise_tracker_) CheckPendingPromises();
+  had_tasks = task_queue_ && !task_queue_->Empty();
+  had_promises = promise_tracker_ && promise_tracker_->GetPendingCount() > 0;
+}
+
+void JSBridgeImpl::CheckPendingPromises() {
+  if (debug())
+    log::Info("[JSBridge] Checking ", promise_tracker_->GetPendingCount(), " pending promises");
+  promise_tracker_->CheckPendingPromises(
+      [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& result) {
+        InvokeCallback(task, result);
+      });
+}
+
+void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
+  std::vector<std::shared_ptr<Task>> tasks = task_queue_->PopAll();
+  if (debug() && !tasks.empty()) log::Info("[JSBridge] Processing ", tasks.size(), " pending tasks");
+  for (const auto& task : tasks) {
+    if (!task) continue;
+    if (!v8::Isolate::GetCurrent() || context_.IsEmpty()) {
+      InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("V8 isolate not available")));
+      continue;
+    }
+    v8::Local<v8::Context> context = context_.Get(isolate);
+    if (context.IsEmpty()) {
+      InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("V8 context not available")));
+      continue;
+    }
+    ProcessSingleTask(task, context, isolate);
+  }
+}
+
+void JSBridgeImpl::NoV8Pass() {
+  if (task_queue_) {
+    for (const auto& task : task_queue_->PopAll()) {
+      InvokeCallback(task, JSResult<JSValue>::Failure(MakeError(
+                               "JavaScript execution not available - Node.js initialization failed")));
+    }
+  }
+  if (!task_queue_ || task_queue_->Empty()) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
+
+void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
+  if (!isolate_ || !event_loop_) return;
+  try {
+    if (safe_accessor_ && safe_accessor_->IsValid() && !context_.IsEmpty()) {
+      safe_accessor_->ExecuteVoidOperation([this](v8::Isolate* isolate) {
+        v8::Local<v8::Context> context = context_.Get(isolate);
+        if (context.IsEmpty()) return;
+        v8::Context::Scope context_scope(context);
+        if (node::GetCurrentEnvironment(context))
+          uv_run(event_loop_, UV_RUN_NOWAIT);
+        else
+          log::Info("[JSBridge] Skipping libuv run - Node.js environment not available");
+      });
+    } else {
+      log::Info("[JSBridge] Warning: Running libuv without V8 context");
+      if (uv_loop_alive(event_loop_)) uv_run(event_loop_, UV_RUN_NOWAIT);
+    }
+    // The idle pace of the worker; taken with no V8 lock held.
+    if (!had_tasks && !had_promises) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (!running_.load()) {
+      log::Info("[JSBridge] Event loop received shutdown signal");
+      uv_stop(event_loop_);
+    }
+  } catch (const std::exception& e) {
+    log::Error("[JSBridge] Exception in DriveEventLoop: ", e.what());
+  }
+}
+
+// -------------------------------------------------------------- shutdown ----
+
+void JSBridgeImpl::Shutdown() {
+  if (!initialized_.load()) return;
+  try {
+    log::Info("[JSBridge] Shutting down...");
+    running_ = false;
+    {
+      std::lock_guard<std::mutex> lock(loop_mutex_);
+      if (event_loop_) uv_async_send(&async_handle_);
+    }
+    bool worker_ended = true;
+    try {
+      if (worker_thread_.joinable()) {
+        auto joined = std::make_shared<std::atomic<bool>>(false);
+        std::thread helper([worker = std::move(worker_thread_), joined]() mutable {
+          worker.join();
+          joined->store(true);
+        });
+        const auto start = Clock::now();
+        while (!joined->load() && Clock::now() - start <= std::chrono::nanoseconds(2999999999LL))
+          std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        if (joined->load()) {
+          helper.join();
+        } else {
+          std::lock_guard<std::mutex> lock(phase_mutex_);
+          if (worker_phase_ == WorkerPhase::Running) {
+            // The worker is still inside JavaScript (a promise wait, say).
+            // It keeps this object alive and tears Node down itself when it
+            // ends, so this thread never touches an isolate in use.
+            worker_phase_ = WorkerPhase::Abandoned;
+            worker_ended = false;
+            helper.detach();
+            log::Error("[JSBridge] Warning: Worker thread join timeout, continuing cleanup");
+          } else {
+            helper.join();  // it finished just now
+          }
+        }
+      }
+    } catch (const std::exception& e) {
+      log::Error("[JSBridge] Exception joining worker thread: ", e.what());
+    } catch (...) {
+      log::Error("[JSBridge] Unknown exception joining worker thread");
+    }
+    if (worker_ended) {
+      bool cleanup_here = false;
+      {
+        std::lock_guard<std::mutex> lock(phase_mutex_);
+        cleanup_here = worker_phase_ != WorkerPhase::CleanedUp;
+        worker_phase_ = WorkerPhase::CleanedUp;
+      }
+      if (cleanup_here) CleanupNodeJS();
+    }
+    initialized_ = false;
+    log::Info("[JSBridge] Shutdown complete");
+  } catch (const std::exception& e) {
+    log::Error("[JSBridge] Exception during shutdown: ", e.what());
+    initialized_ = false;
+  } catch (...) {
+    log::Error("[JSBridge] Unknown exception during shutdown");
+    initialized_ = false;
+  }
+}
+
+void JSBridgeImpl::CleanupNodeJS() {
+  try {
+    log::Info("[JSBridge] Cleaning up Node.js runtime...");
+    try {
+      std::lock_guard<std::mutex> lock(loop_mutex_);
+      if (event_loop_ && uv_is_active(reinterpret_cast<uv_handle_t*>(&async_handle_))) {
+        log::Info("[JSBridge] Closing uv_async_t handle...");
+        uv_close(reinterpret_cast<uv_handle_t*>(&async_handle_), nullptr);
+        log::Info("[JSBridge] uv_async_t handle closed, deferring loop processing to NodeRuntime");
+      } else if (event_loop_ && !uv_loop_alive(event_loop_)) {
+        log::Info("[JSBridge] Loop already invalid, skipping uv_close");
+      }
+    } catch (const std::exception& e) {
+      log::Error("[JSBridge] Exception closing uv_async_t: ", e.what());
+    }
+    if (!context_.IsEmpty()) {
+      try {
+        log::Info("[JSBridge] Cleaning up V8 context (before NodeRuntime cleanup)...");
+        if (isolate_) {
+          // The one place a thread other than the worker enters the isolate:
+          // the worker has ended (or this is the worker itself).
+          log::Info("[JSBridge] SafeV8Accessor not available, resetting context with isolate...");
+          DirectV8Scope scope(isolate_);
+          context_.Reset();
+          // Undelivered 1 ms timers are closed without delivery, and the
+          // closes are completed now so the loop can be closed later.
+          CancelDelayedCallbacks();
+          uv_run(event_loop_, UV_RUN_NOWAIT);
+        } else {
+          log::Info("[JSBridge] Isolate already invalid, skipping V8 context cleanup");
+        }
+        log::Info("[JSBridge] V8 context cleaned up successfully");
+      } catch (const std::exception& e) {
+        log::Error("[JSBridge] Exception cleaning up V8 context: ", e.what());
+      }
+    }
+    try {
+      log::Info("[JSBridge] Cleaning up NodeRuntime...");
+      node_runtime_.reset();
+      log::Info("[JSBridge] NodeRuntime cleaned up successfully");
+    } catch (const std::exception& e) {
+      log::Error("[JSBridge] Exception cleaning up NodeRuntime: ", e.what());
+    }
+    {
+      std::lock_guard<std::mutex> lock(loop_mutex_);
+      isolate_ = nullptr;
+      event_loop_ = nullptr;
+    }
+    thread_manager_.reset();
+    safe_accessor_.reset();
+    if (!context_.IsEmpty()) {
+      log::Info("[JSBridge] Note: V8 context still marked as non-empty, but isolate is destroyed");
+      log::Info("[JSBridge] Context will be cleaned up when JSBridgeImpl is destroyed");
+    }
+    log::Info("[JSBridge] Node.js cleanup completed");
+  } catch (const std::exception& e) {
+    log::Error("[JSBridge] Critical exception during cleanup: ", e.what());
+    isolate_ = nullptr;
+    event_loop_ = nullptr;
+    node_runtime_.reset();
+  }
+}
+
+}  // namespace jsbridge
+}  // namespace morvanta

@@ -1,0 +1,132 @@
+// The machinery behind JSBridge: the worker thread that alone runs
+// JavaScript, its task queue, the embedded runtime and the V8 handles.
+// Internal to the bridge; only bridge/ and runtime/ see V8 types.
+#pragma once
+
+#include <uv.h>
+#include <v8.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_set>
+
+#include "bridge/js_value.h"
+#include "bridge/task.h"
+#include "bridge/task_queue.h"
+
+namespace morvanta {
+namespace jsbridge {
+
+class NodeRuntime;
+class V8ThreadManager;
+class SafeV8Accessor;
+class PromiseTracker;
+class TypeConverter;
+struct DelayedCallback;
+
+class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
+ public:
+  JSBridgeImpl();
+  ~JSBridgeImpl();
+  JSBridgeImpl(const JSBridgeImpl&) = delete;
+  JSBridgeImpl& operator=(const JSBridgeImpl&) = delete;
+
+  bool Initialize(const JSBridgeConfig& config);
+  void Shutdown();
+  bool IsInitialized() const { return initialized_.load(); }
+  bool IsRunning() const { return running_.load(); }
+  // True from the worker's start until it leaves its loop.
+  bool IsWorkerAlive() const { return worker_alive_.load(); }
+  std::string GetLastError() const;
+
+  // Queues a task; a bridge that is not running drops it without a callback.
+  void SubmitTask(std::shared_ptr<Task> task);
+
+  // Delivery of a task's outcome: at most once per task. From inside the V8
+  // lock it goes through a 1 ms libuv timer; otherwise directly, or on a
+  // thread of its own when async_callbacks is set.
+  void InvokeCallback(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
+  void InvokeCallbackSync(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
+  void InvokeCallbackAsync(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
+  void InvokeCallbackAfterV8Unlock(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
+
+  // Conversions used on the worker, inside an open handle scope.
+  JSValue SimpleFromV8(v8::Local<v8::Value> value);
+  JSValue ConvertV8ObjectToJSValue(v8::Local<v8::Value> value, v8::Local<v8::Context> context);
+  v8::Local<v8::Value> SimpleToV8(const JSValue& value);
+  static constexpr int kMaxConversionDepth = 2000;
+
+  bool debug() const { return config_.debug_mode; }
+
+ private:
+  friend struct DelayedCallback;
+  enum class WorkerPhase { Running, Finished, Abandoned, CleanedUp };
+
+  bool InitializeNodeJS();
+  void SetLastError(const std::string& text);
+
+  // Worker.
+  void WorkerThread();
+  void FinishWorker();
+  void TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_promises);
+  void NoV8Pass();
+  void DriveEventLoop(bool had_tasks, bool had_promises);
+  void ProcessPendingTasks(v8::Isolate* isolate);
+  void CheckPendingPromises();
+
+  // Task execution (task_execution.cc).
+  void ProcessSingleTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context,
+                         v8::Isolate* isolate);
+  JSResult<JSValue> ExecuteCodeTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context);
+  JSResult<JSValue> CallFunctionTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context);
+  JSResult<JSValue> LoadModuleTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context);
+  JSResult<JSValue> GetGlobalTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context);
+  JSResult<JSValue> SetGlobalTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context);
+  JSValue ConvertResult(v8::Local<v8::Value> value, const char* origin);
+  JSValue ConvertNested(v8::Local<v8::Value> value, v8::Local<v8::Context> context, int depth);
+
+  // Promise resolution (promise_resolution.cc).
+  void HandlePromiseResult(v8::Local<v8::Promise> promise, v8::Local<v8::Context> context,
+                           const std::shared_ptr<Task>& task);
+  JSValue PromiseFromV8(v8::Local<v8::Promise> promise);
+
+  // Shutdown.
+  void CleanupNodeJS();
+  void CancelDelayedCallbacks();
+
+  std::atomic<bool> initialized_{false};
+  std::atomic<bool> running_{false};
+  std::atomic<bool> worker_alive_{false};
+  std::string last_error_;
+  JSBridgeConfig config_;
+  std::thread worker_thread_;
+  std::unique_ptr<NodeRuntime> node_runtime_;
+  v8::Isolate* isolate_ = nullptr;
+  v8::Global<v8::Context> context_;
+  uv_loop_t* event_loop_ = nullptr;
+  std::shared_ptr<V8ThreadManager> thread_manager_;
+  std::shared_ptr<SafeV8Accessor> safe_accessor_;
+  std::shared_ptr<TaskQueue> task_queue_;
+  uv_async_t async_handle_{};
+  // Kept for the non-blocking promise path and the fuller converter; neither
+  // is created in this build, and every call site falls back when null.
+  std::unique_ptr<PromiseTracker> promise_tracker_;
+  std::unique_ptr<TypeConverter> type_converter_;
+  mutable std::mutex error_mutex_;
+
+  // Guards the loop pointer and the async handle between submitters and the
+  // thread that tears the loop down.
+  std::mutex loop_mutex_;
+  // Who tears Node down: the shutting-down thread once the worker has ended,
+  // or the worker itself when shutdown gave up waiting or the process exits.
+  std::mutex phase_mutex_;
+  WorkerPhase worker_phase_ = WorkerPhase::Running;
+  // 1 ms delivery timers not yet fired; closed without delivery at teardown.
+  std::unordered_set<DelayedCallback*> delayed_callbacks_;
+};
+
+}  // namespace jsbridge
+}  // namespace morvanta

@@ -1,0 +1,22 @@
+// Writes bridge values as JavaScript source, the form in which every call's
+// arguments reach the SDK.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "bridge/js_value.h"
+
+namespace morvanta {
+namespace jsbridge {
+
+// Numbers use "%f" (six decimals: 5 becomes 5.000000); strings are
+// double-quoted with \" \\ \b \f \n \r \t escaped and every other byte passed
+// through; binary becomes Buffer.from([..]); a function becomes null.
+std::string ToJavaScriptSource(const JSValue& value);
+
+// "path(arg1, arg2, ...)".
+std::string BuildCallScript(const std::string& path, const std::vector<JSValue>& args);
+
+}  // namespace jsbridge
+}  // namespace morvanta

@@ -1,0 +1,80 @@
+// Embedded Node.js: the process-wide state (process initialisation, the V8
+// platform, V8 itself) that can be brought up only once per process, and one
+// environment (isolate, context, libuv loop) per instance. The process-wide
+// part outlives every instance so that the library can be initialised again;
+// it is released only by the exit handler (normal exit, SIGINT or SIGHUP).
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <v8.h>
+
+struct uv_loop_s;
+
+namespace node {
+class CommonEnvironmentSetup;
+class Environment;
+class InitializationResult;
+class MultiIsolatePlatform;
+}  // namespace node
+
+namespace morvanta {
+namespace jsbridge {
+
+class V8ThreadManager;
+
+class NodeRuntime {
+ public:
+  NodeRuntime();
+  ~NodeRuntime();
+  NodeRuntime(const NodeRuntime&) = delete;
+  NodeRuntime& operator=(const NodeRuntime&) = delete;
+
+  // Brings up process state on first use, then a fresh environment. On false,
+  // GetLastError() holds the reason.
+  bool Initialize(const std::vector<std::string>& args);
+  // Ends this instance. Runs on whichever thread holds the isolate's
+  // ownership de facto (the shutting-down thread after the worker ended).
+  void Cleanup();
+
+  bool IsInitialized() const { return initialized_; }
+  const std::string& GetLastError() const { return last_error_; }
+  v8::Isolate* GetIsolate() const;
+  uv_loop_s* GetEventLoop() const;
+  v8::Local<v8::Context> GetContext() const;
+  node::Environment* GetEnvironment() const;
+  std::shared_ptr<V8ThreadManager> GetThreadManager() const { return thread_manager_; }
+  bool TransferOwnership(std::thread::id thread_id);
+
+  // One turn of microtasks and libuv, used while a promise is awaited.
+  void DriveEventLoop();
+
+  // Process-wide facts.
+  static bool IsProcessExiting();
+  static bool IsNodeInitialized();
+  static int32_t InstanceCount();
+
+ private:
+  bool InitializeProcess(const std::vector<std::string>& process_args);
+  void AcquirePlatform();
+  bool CreateEnvironmentSetup(const std::vector<std::string>& process_args);
+  bool LoadEnvironmentScript();
+
+  bool initialized_ = false;
+  std::string last_error_;
+  std::shared_ptr<node::InitializationResult> init_result_;
+  node::MultiIsolatePlatform* platform_ = nullptr;
+  std::unique_ptr<node::CommonEnvironmentSetup> setup_;
+  std::shared_ptr<V8ThreadManager> thread_manager_;
+};
+
+// The script run by LoadEnvironment in every new environment.
+extern const char kEnvironmentSetupScript[];
+
+}  // namespace jsbridge
+}  // namespace morvanta

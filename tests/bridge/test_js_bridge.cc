@@ -1,0 +1,320 @@
+// The bridge end to end: submission refusals, script outcomes, promise
+// resolution, callback delivery and the worker's resilience.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <set>
+#include <thread>
+#include <vector>
+
+#include "bridge/js_bridge.h"
+#include "support/bridge_harness.h"
+
+using namespace morvanta_test;
+using morvanta::jsbridge::ValidateBridgeConfig;
+
+namespace {
+
+class BridgeTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(bridge.Initialize(JSBridgeConfig{})); }
+  void TearDown() override { bridge.Shutdown(); }
+  JSBridge bridge;
+};
+
+}  // namespace
+
+// ---- configuration -------------------------------------------------------
+
+TEST(BridgeConfig, ValidationRulesAndBoundaries) {
+  struct Row {
+    const char* what;
+    uint32_t pool;
+    uint32_t timeout;
+    std::vector<std::string> args;
+    std::string sdk;
+    bool debug;
+    bool valid;
+  };
+  const Row rows[] = {
+      {"defaults", 4, 30000, {}, "", false, true},
+      {"pool 0", 0, 30000, {}, "", false, false},
+      {"pool 1", 1, 30000, {}, "", false, true},
+      {"pool 32", 32, 30000, {}, "", false, true},
+      {"pool 33", 33, 30000, {}, "", false, false},
+      {"timeout 99", 4, 99, {}, "", false, false},
+      {"timeout 100", 4, 100, {}, "", false, true},
+      {"timeout 300000", 4, 300000, {}, "", false, true},
+      {"timeout 300001", 4, 300001, {}, "", false, false},
+      {"empty arg", 4, 30000, {"--foo", ""}, "", false, false},
+      {"inspect inside arg", 4, 30000, {"--foo--inspect"}, "", false, false},
+      {"inspect-brk", 4, 30000, {"--inspect-brk=9229"}, "", false, false},
+      {"inspect in debug", 4, 30000, {"--inspect"}, "", true, true},
+      {"short arg", 4, 30000, {"--inspec"}, "", false, true},
+      {"blank sdk path", 4, 30000, {}, " \t\r\n", false, false},
+      {"sdk path", 4, 30000, {}, " a ", false, true},
+  };
+  for (const Row& row : rows) {
+    JSBridgeConfig c;
+    c.worker_thread_pool_size = row.pool;
+    c.default_timeout_ms = row.timeout;
+    c.node_args = row.args;
+    c.sdk_path = row.sdk;
+    c.debug_mode = row.debug;
+    EXPECT_EQ(ValidateBridgeConfig(c), row.valid) << row.what;
+  }
+}
+
+TEST(BridgeSubmission, RefusalsOnAStoppedBridgeComeBackAtOnceOnTheCaller) {
+  JSBridge bridge;
+  struct Row {
+    std::string code;
+    int32_t code_number;
+    const char* message;
+  };
+  const Row rows[] = {
+      {"", -1, "Empty JavaScript code provided"},
+      {std::string(1000001, ' '), -2, "JavaScript code too large (>1MB)"},
+      {"1 + 1", -3, "Bridge not initialized"},
+  };
+  for (const Row& row : rows) {
+    int calls = 0;
+    std::thread::id where;
+    JSResult<JSValue> got;
+    bridge.ExecuteCode(row.code, [&](const JSResult<JSValue>& r) {
+      ++calls;
+      where = std::this_thread::get_id();
+      got = r;
+    });
+    ASSERT_EQ(calls, 1) << row.message;
+    EXPECT_EQ(where, std::this_thread::get_id());
+    EXPECT_FALSE(got.success);
+    ASSERT_TRUE(got.error.has_value());
+    EXPECT_EQ(got.error->code, row.code_number);
+    EXPECT_EQ(got.error->message, row.message);
+    EXPECT_FALSE(got.value.has_value());
+  }
+  // Without a callback a refusal has no effect at all.
+  bridge.ExecuteCode("", nullptr);
+  bridge.ExecuteCode("1", nullptr);
+  bridge.Shutdown();  // never initialised: returns at once
+}
+
+TEST_F(BridgeTest, CodeOfExactlyOneMillionBytesRunsOneMoreIsRefused) {
+  std::string code = "41 + 1;";
+  code.resize(1000000, ' ');
+  JSResult<JSValue> r = RunScript(bridge, code);
+  ASSERT_TRUE(r.success) << ErrorText(r);
+  EXPECT_EQ(r.value->number_value, 42);
+  code.push_back(' ');
+  r = RunScript(bridge, code);
+  ASSERT_FALSE(r.success);
+  EXPECT_EQ(r.error->code, -2);
+}
+
+// ---- synchronous scripts ---------------------------------------------------
+
+TEST_F(BridgeTest, PlainValuesConvertByKind) {
+  struct Row {
+    const char* code;
+    JSValueType type;
+    const char* text;
+    double number;
+  };
+  const Row rows[] = {
+      {"undefined", JSValueType::Undefined, "", 0},
+      {"null", JSValueType::Null, "", 0},
+      {"1 === 1", JSValueType::Boolean, "", 0},
+      {"2.5 * 2", JSValueType::Number, "", 5},
+      {"'h\\u00e9llo'", JSValueType::String, "h\xc3\xa9llo", 0},
+      // Objects leave the synchronous path as JSON text.
+      {"({b: 1, a: [true, null]})", JSValueType::String, "{\"b\":1,\"a\":[true,null]}", 0},
+      // JSON.stringify gives nothing for a function: its string form is used.
+      {"(function f() {})", JSValueType::String, "function f() {}", 0},
+  };
+  for (const Row& row : rows) {
+    JSResult<JSValue> r = RunScript(bridge, row.code);
+    ASSERT_TRUE(r.success) << row.code << ": " << ErrorText(r);
+    EXPECT_EQ(r.value->type, row.type) << row.code;
+    EXPECT_EQ(r.value->string_value, row.text) << row.code;
+    EXPECT_EQ(r.value->number_value, row.number) << row.code;
+  }
+}
+
+TEST_F(BridgeTest, ScriptFailuresCarryTheJavaScriptText) {
+  JSResult<JSValue> thrown = RunScript(bridge, "throw new TypeError('bad thing')");
+  ASSERT_FALSE(thrown.success);
+  EXPECT_EQ(ErrorText(thrown), "TypeError: bad thing");
+  EXPECT_EQ(thrown.error->code, 0);
+  EXPECT_NE(thrown.error->stack.find("TypeError: bad thing"), std::string::npos);
+
+  JSResult<JSValue> syntax = RunScript(bridge, "var = ;");
+  ASSERT_FALSE(syntax.success);
+  EXPECT_NE(ErrorText(syntax).find("SyntaxError"), std::string::npos) << ErrorText(syntax);
+
+  JSResult<JSValue> missing = RunScript(bridge, "noSuchFunction()");
+  ASSERT_FALSE(missing.success);
+  EXPECT_NE(ErrorText(missing).find("ReferenceError"), std::string::npos);
+
+  // The worker keeps serving after each of them.
+  JSResult<JSValue> after = RunScript(bridge, "'still here'");
+  ASSERT_TRUE(after.success);
+  EXPECT_EQ(after.value->string_value, "still here");
+}
+
+TEST_F(BridgeTest, TheSentinelTextIsSwallowedByContent) {
+  auto outcome = Submit(bridge, "'__PROMISE_HANDLED_ASYNC__'");
+  // A following task is answered, so the first one has certainly been run.
+  JSResult<JSValue> next = RunScript(bridge, "7");
+  ASSERT_TRUE(next.success);
+  EXPECT_EQ(outcome->Calls(), 0);
+}
+
+// ---- promises -------------------------------------------------------------
+
+TEST_F(BridgeTest, PromiseOutcomes) {
+  JSResult<JSValue> object = RunScript(bridge, "Promise.resolve({n: 1, list: [1, 'two'], inner: {ok: true}})");
+  ASSERT_TRUE(object.success) << ErrorText(object);
+  ASSERT_EQ(object.value->type, JSValueType::Object);  // an object through the promise path
+  EXPECT_EQ(object.value->object_value.at("n").number_value, 1);
+  ASSERT_EQ(object.value->object_value.at("list").array_value.size(), 2u);
+  EXPECT_EQ(object.value->object_value.at("list").array_value[1].string_value, "two");
+  EXPECT_TRUE(object.value->object_value.at("inner").object_value.at("ok").bool_value);
+
+  JSResult<JSValue> undef = RunScript(bridge, "Promise.resolve(undefined)");
+  ASSERT_TRUE(undef.success);
+  EXPECT_EQ(undef.value->type, JSValueType::Null);
+
+  JSResult<JSValue> cyclic =
+      RunScript(bridge, "(() => { const o = {}; o.self = o; return Promise.resolve(o); })()");
+  ASSERT_TRUE(cyclic.success);
+  EXPECT_EQ(cyclic.value->string_value, "SERIALIZATION_ERROR");
+
+  JSResult<JSValue> delayed = RunScript(bridge, "new Promise(r => setTimeout(() => r('late'), 50))");
+  ASSERT_TRUE(delayed.success) << ErrorText(delayed);
+  EXPECT_EQ(delayed.value->string_value, "late");
+
+  // A fulfilled promise as the last expression still takes the promise route.
+  JSResult<JSValue> last = RunScript(bridge, "var x = 3; Promise.resolve(x * 2)");
+  ASSERT_TRUE(last.success);
+  EXPECT_EQ(last.value->type, JSValueType::Number);
+  EXPECT_EQ(last.value->number_value, 6);
+}
+
+TEST_F(BridgeTest, RejectionsOfEveryShapeAreFailuresWithTheWholeJson) {
+  struct Row {
+    const char* code;
+    const char* message;
+  };
+  const Row rows[] = {
+      {"Promise.reject(new Error('nope'))", "Promise rejected: {\"success\":false,\"error\":\"nope\"}"},
+      {"Promise.reject('plain text')", "Promise rejected: {\"success\":false,\"error\":\"plain text\"}"},
+      {"Promise.reject({code: 5})", "Promise rejected: {\"success\":false,\"error\":\"[object Object]\"}"},
+      {"Promise.reject(null)", "Promise rejected: {\"success\":false,\"error\":\"null\"}"},
+      // The success marker inside an error text is escaped, so it stays a rejection.
+      {"Promise.reject(new Error('\"success\":true'))",
+       "Promise rejected: {\"success\":false,\"error\":\"\\\"success\\\":true\"}"},
+  };
+  for (const Row& row : rows) {
+    JSResult<JSValue> r = RunScript(bridge, row.code);
+    ASSERT_FALSE(r.success) << row.code;
+    EXPECT_EQ(ErrorText(r), row.message) << row.code;
+    EXPECT_EQ(r.error->code, 0);
+  }
+}
+
+// ---- delivery --------------------------------------------------------------
+
+TEST_F(BridgeTest, EachTaskIsAnsweredExactlyOnceOnTheWorkerInSubmissionOrder) {
+  constexpr int kThreads = 4;
+  constexpr int kPerThread = 50;
+  std::mutex mutex;
+  std::vector<int> order;
+  std::atomic<int> calls{0};
+  std::set<std::thread::id> delivery_threads;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kPerThread; ++i) {
+        int tag = t * 1000 + i;
+        std::string code = std::to_string(tag);
+        if (i % 2) code = "Promise.resolve(" + code + ")";
+        bridge.ExecuteCode(code, [&, tag](const JSResult<JSValue>& r) {
+          std::lock_guard<std::mutex> lock(mutex);
+          EXPECT_TRUE(r.success);
+          if (r.value) EXPECT_EQ(r.value->number_value, tag);
+          order.push_back(tag);
+          delivery_threads.insert(std::this_thread::get_id());
+          ++calls;
+        });
+      }
+    });
+  }
+  for (auto& th : threads) th.join();
+  for (int i = 0; i < 800 && calls.load() < kThreads * kPerThread; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(25));
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // room for a doubled call
+  std::lock_guard<std::mutex> lock(mutex);
+  ASSERT_EQ(calls.load(), kThreads * kPerThread);
+  // Per submitting thread the order is kept.
+  std::vector<int> last(kThreads, -1);
+  for (int tag : order) {
+    int t = tag / 1000;
+    EXPECT_LT(last[t], tag % 1000);
+    last[t] = tag % 1000;
+  }
+  EXPECT_EQ(delivery_threads.size(), 1u);
+  EXPECT_EQ(delivery_threads.count(std::this_thread::get_id()), 0u);
+}
+
+TEST_F(BridgeTest, ACallbackThatThrowsDoesNotStopTheWorker) {
+  bridge.ExecuteCode("1", [](const JSResult<JSValue>&) { throw std::runtime_error("host bug"); });
+  bridge.ExecuteCode("Promise.resolve(2)", [](const JSResult<JSValue>&) { throw 42; });
+  JSResult<JSValue> r = RunScript(bridge, "3");
+  ASSERT_TRUE(r.success);
+  EXPECT_EQ(r.value->number_value, 3);
+}
+
+TEST_F(BridgeTest, ATaskWithoutCallbackCompletesSilently) {
+  bridge.ExecuteCode("globalThis.sideEffect = 11", nullptr);
+  JSResult<JSValue> r = RunScript(bridge, "globalThis.sideEffect");
+  ASSERT_TRUE(r.success);
+  EXPECT_EQ(r.value->number_value, 11);
+}
+
+TEST(BridgeLifecycle, InitializeTwiceIsRefusedAndShutdownStopsAnswers) {
+  JSBridge bridge;
+  ASSERT_TRUE(bridge.Initialize(JSBridgeConfig{}));
+  EXPECT_FALSE(bridge.Initialize(JSBridgeConfig{}));
+  EXPECT_TRUE(bridge.IsInitialized());
+  bridge.Shutdown();
+  EXPECT_FALSE(bridge.IsInitialized());
+  JSResult<JSValue> r = RunScript(bridge, "1");
+  ASSERT_FALSE(r.success);
+  EXPECT_EQ(r.error->code, -3);
+  bridge.Shutdown();  // a second shutdown is a no-op
+}
+
+TEST(BridgeLifecycle, InvalidConfigurationIsRefusedBeforeAnythingStarts) {
+  JSBridge bridge;
+  JSBridgeConfig c;
+  c.worker_thread_pool_size = 0;
+  EXPECT_FALSE(bridge.Initialize(c));
+  EXPECT_FALSE(bridge.IsInitialized());
+}
+
+TEST(BridgeSlow, ANeverSettlingPromiseTimesOutAfterFifteenSeconds) {
+  JSBridge bridge;
+  ASSERT_TRUE(bridge.Initialize(JSBridgeConfig{}));
+  auto start = std::chrono::steady_clock::now();
+  JSResult<JSValue> r = RunScript(bridge, "new Promise(() => {})", std::chrono::seconds(40));
+  auto secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  ASSERT_FALSE(r.success);
+  EXPECT_EQ(ErrorText(r), "Promise timeout");
+  EXPECT_GE(secs, 14.5);
+  EXPECT_LE(secs, 30.0);
+  // The worker serves again afterwards.
+  JSResult<JSValue> next = RunScript(bridge, "5");
+  ASSERT_TRUE(next.success);
+  bridge.Shutdown();
+}
