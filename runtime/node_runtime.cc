@@ -19,10 +19,17 @@ namespace morvanta {
 namespace jsbridge {
 
 // Works with both forms of the builtin name: Node 18's embedder require knows
-// 'module' but not 'node:module'.
+// 'module' but not 'node:module'. An SDK error that nobody catches is logged
+// instead of ending the host process, which is what Node would do by default.
 const char kEnvironmentSetupScript[] = R"JS(
 (function () {
   console.log('[NodeRuntime] Setting up Node.js environment...');
+  process.on('uncaughtException', function (error) {
+    console.error('[NodeRuntime] ⚠️ Uncaught JavaScript exception: ' + ((error && error.stack) || String(error)));
+  });
+  process.on('unhandledRejection', function (reason) {
+    console.error('[NodeRuntime] ⚠️ Unhandled promise rejection: ' + ((reason && reason.stack) || String(reason)));
+  });
   var moduleApi;
   try { moduleApi = require('node:module'); } catch (e) { moduleApi = require('module'); }
   globalThis.require = moduleApi.createRequire(process.cwd() + '/');

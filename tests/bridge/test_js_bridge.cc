@@ -318,3 +318,12 @@ TEST(BridgeSlow, ANeverSettlingPromiseTimesOutAfterFifteenSeconds) {
   ASSERT_TRUE(next.success);
   bridge.Shutdown();
 }
+
+TEST_F(BridgeTest, AnUncaughtErrorInsideTheSdkDoesNotEndTheProcess) {
+  // Errors thrown from a timer and a rejection nobody handles.
+  RunScript(bridge, "setTimeout(function () { throw new Error('from a timer'); }, 0); 1");
+  RunScript(bridge, "Promise.reject(new Error('nobody listens')); 1");
+  JSResult<JSValue> later = RunScript(bridge, "new Promise(r => setTimeout(() => r('alive'), 20))");
+  ASSERT_TRUE(later.success) << ErrorText(later);
+  EXPECT_EQ(later.value->string_value, "alive");
+}

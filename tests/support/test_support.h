@@ -12,3 +12,27 @@ std::string ExecutableDir();
 std::string SourceDir();
 
 }  // namespace morvanta_test
+
+#include <chrono>
+#include <vector>
+
+namespace morvanta_test {
+
+struct ProcessResult {
+  bool exited = false;   // ended by exit() or return from main
+  int exit_code = -1;
+  int signal = 0;        // the signal that ended it, if any
+  bool timed_out = false;
+  std::string output;    // standard output and error, interleaved
+  double seconds = 0;
+};
+
+// Runs `args` (args[0] a path) with its output captured; kills it after
+// `limit`. `on_line` may act on the child (by pid) as lines arrive.
+ProcessResult RunProcess(const std::vector<std::string>& args, std::chrono::milliseconds limit,
+                         const std::string& signal_after_text = "", int signal_to_send = 0);
+
+// Number of times `needle` occurs in `haystack`.
+int CountOf(const std::string& haystack, const std::string& needle);
+
+}  // namespace morvanta_test

@@ -1,0 +1,49 @@
+// The central product object: turns the start configuration into the SDK's
+// configuration object, initialises and uninitialises the SDK, and creates
+// the domain managers on demand, one per kind.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bridge/product_value.h"
+#include "core/init_config.h"
+#include "core/mv_result.h"
+#include "managers/manager_kinds.h"
+
+namespace morvanta {
+
+class JSBridgeAdapter;
+#define MORVANTA_DECLARE_MANAGER(Kind, Class) class Class;
+MORVANTA_MANAGER_KINDS(MORVANTA_DECLARE_MANAGER)
+#undef MORVANTA_DECLARE_MANAGER
+
+class MvGatherdeck {
+ public:
+  explicit MvGatherdeck(JSBridgeAdapter* bridge);
+  ~MvGatherdeck();
+  MvGatherdeck(const MvGatherdeck&) = delete;
+  MvGatherdeck& operator=(const MvGatherdeck&) = delete;
+
+  MvResult<void> Initialize(const MvGatherdeckInitConfig& config);
+  MvResult<void> UnInitialize();
+  bool IsInitialized() const;
+
+  // Empty until initialised; then one instance per kind, made on first use.
+#define MORVANTA_MANAGER_GETTER(Kind, Class) std::shared_ptr<Class> Get##Kind##Manager();
+  MORVANTA_MANAGER_KINDS(MORVANTA_MANAGER_GETTER)
+#undef MORVANTA_MANAGER_GETTER
+
+  // The configuration object sent to the SDK's initialize (keys in order,
+  // optional keys only when set).
+  static JSValue BuildSdkConfig(const MvGatherdeckInitConfig& config);
+
+  static constexpr int kCallTimeoutMs = 10000;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace morvanta

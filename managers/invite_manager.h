@@ -1,0 +1,13 @@
+// The SDK's InviteManager domain. Its operations follow the common call frame.
+#pragma once
+
+#include "managers/manager_base.h"
+
+namespace morvanta {
+
+class MvInviteManager : public MvManagerBase {
+ public:
+  using MvManagerBase::MvManagerBase;
+};
+
+}  // namespace morvanta

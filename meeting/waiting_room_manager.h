@@ -1,0 +1,13 @@
+// The SDK's WaitingRoomManager domain. Its operations follow the common call frame.
+#pragma once
+
+#include "managers/manager_base.h"
+
+namespace morvanta {
+
+class MvWaitingRoomManager : public MvManagerBase {
+ public:
+  using MvManagerBase::MvManagerBase;
+};
+
+}  // namespace morvanta

@@ -1,0 +1,414 @@
+// The adapter through a live bridge and the sandbox SDK: start-up and SDK
+// loading, calls and their arguments, value mapping, report and clean-up.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bridge/js_bridge_adapter.h"
+#include "bridge/js_value.h"
+
+using morvanta::JSBridgeAdapter;
+using morvanta::JSBridgeAdapterConfig;
+using morvanta::JSCallback;
+using morvanta::JSResult;
+using morvanta::JSValue;
+using morvanta::JSValueType;
+namespace jb = morvanta::jsbridge;
+namespace fs = std::filesystem;
+
+namespace {
+
+// One delivery slot, shared with a callback that may come late.
+struct Delivery {
+  std::mutex mutex;
+  std::condition_variable cv;
+  int calls = 0;
+  std::thread::id thread;
+  JSResult result;
+
+  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return cv.wait_for(lock, limit, [&] { return calls > 0; });
+  }
+  int Calls() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return calls;
+  }
+};
+
+JSCallback Catch(const std::shared_ptr<Delivery>& d) {
+  return [d](const JSResult& r) {
+    std::lock_guard<std::mutex> lock(d->mutex);
+    ++d->calls;
+    d->result = r;
+    d->thread = std::this_thread::get_id();
+    d->cv.notify_all();
+  };
+}
+
+// Runs a script or call and waits for its single answer.
+JSResult RunJS(JSBridgeAdapter& adapter, const std::string& script) {
+  auto d = std::make_shared<Delivery>();
+  adapter.ExecuteJS(script, Catch(d));
+  EXPECT_TRUE(d->Wait()) << script;
+  EXPECT_EQ(d->Calls(), 1) << script;
+  return d->result;
+}
+
+JSResult Call(JSBridgeAdapter& adapter, const std::string& path, const std::vector<JSValue>& args) {
+  auto d = std::make_shared<Delivery>();
+  adapter.CallFunction(path, args, Catch(d));
+  EXPECT_TRUE(d->Wait()) << path;
+  // A later answer proves the earlier task has been run; it must not have
+  // been answered twice.
+  RunJS(adapter, "0");
+  EXPECT_EQ(d->Calls(), 1) << path;
+  return d->result;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path) << content;
+}
+
+// A private directory, removed with everything in it at the end.
+struct TempDir {
+  std::string path;
+  TempDir() {
+    std::string templ = (fs::temp_directory_path() / "morvanta-adapter-XXXXXX").string();
+    path = mkdtemp(templ.data()) ? templ : "";
+  }
+  ~TempDir() {
+    std::error_code ec;
+    if (!path.empty()) fs::remove_all(path, ec);
+  }
+};
+
+class AdapterTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  }
+  JSBridgeAdapter adapter;
+};
+
+}  // namespace
+
+// ---- start-up and SDK loading ----------------------------------------------
+
+TEST_F(AdapterTest, TheDefaultPathLoadsTheSdkBesideTheExecutable) {
+  EXPECT_TRUE(adapter.IsInitialized());
+  EXPECT_EQ(adapter.GetLastError(), "");
+  JSResult r = RunJS(adapter, "typeof globalThis.morVantaMeeting + ',' + typeof globalThis.morVantaSandbox");
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, "object,object");
+
+  EXPECT_FALSE(adapter.Initialize(JSBridgeAdapterConfig{}));
+  EXPECT_EQ(adapter.GetLastError(), "Already initialized");
+  EXPECT_TRUE(adapter.IsInitialized());
+}
+
+TEST(Adapter, AMissingSdkFileFailsStartButLeavesTheBridgeForCleanup) {
+  TempDir dir;
+  ASSERT_FALSE(dir.path.empty());
+  const std::string path = dir.path + "/no-such-sdk.js";
+  JSBridgeAdapter adapter;
+  JSBridgeAdapterConfig config;
+  config.sdkPath = path;
+  EXPECT_FALSE(adapter.Initialize(config));
+  EXPECT_EQ(adapter.GetLastError(), "Failed to load SDK file: " + path);
+  EXPECT_TRUE(adapter.IsInitialized());
+  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
+            (std::vector<std::string>{"=== JSBridgeAdapter Initialization Report ===",
+                                      "Status: ✅ Initialized", "JSBridge Available: ✅ Yes",
+                                      "JSBridge Initialized: ✅ Yes",
+                                      "Last Error: Failed to load SDK file: " + path,
+                                      "=============================================="}));
+  // The bridge still runs scripts until it is cleaned up.
+  JSResult r = RunJS(adapter, "6 * 7");
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.numberValue, 42);
+  adapter.Cleanup();
+  EXPECT_FALSE(adapter.IsInitialized());
+}
+
+TEST_F(AdapterTest, SdkFilesThatFailToRunAreNotLoaded) {
+  TempDir dir;
+  ASSERT_FALSE(dir.path.empty());
+  const std::pair<const char*, const char*> files[] = {
+      {"throws.js", "throw new Error('broken sdk');"},
+      {"syntax.js", "function ( {"},
+  };
+  for (const auto& [name, content] : files) {
+    WriteFile(dir.path + "/" + name, content);
+    EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/" + name)) << name;
+  }
+  EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/absent.js"));
+  // None of them harms the adapter.
+  EXPECT_TRUE(RunJS(adapter, "1").success);
+}
+
+TEST_F(AdapterTest, BackslashesInTheSdkPathBecomeSlashesForRequire) {
+  TempDir dir;
+  ASSERT_FALSE(dir.path.empty());
+  // The literal name exists so that the presence check passes; require must
+  // reach the file under the converted path instead.
+  WriteFile(dir.path + "/a\\b\\probe.js", "globalThis.loadedFrom = 'literal backslash name';");
+  fs::create_directories(dir.path + "/a/b");
+  WriteFile(dir.path + "/a/b/probe.js", "globalThis.loadedFrom = __filename;");
+  EXPECT_TRUE(adapter.LoadSDKFile(dir.path + "/a\\b\\probe.js"));
+  JSResult r = RunJS(adapter, "globalThis.loadedFrom");
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, dir.path + "/a/b/probe.js");
+}
+
+TEST(AdapterSlow, AnSdkThatRunsPastFiveSecondsFailsToLoadAtTheLimit) {
+  TempDir dir;
+  ASSERT_FALSE(dir.path.empty());
+  // Eight seconds keep the limit well apart from the load's own end.
+  const std::string path = dir.path + "/slow.js";
+  WriteFile(path,
+            "const end = Date.now() + 8000; while (Date.now() < end) {}\n"
+            "globalThis.slowSdkDone = true;\n");
+  JSBridgeAdapter adapter;
+  ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  auto start = std::chrono::steady_clock::now();
+  EXPECT_FALSE(adapter.LoadSDKFile(path));
+  double secs = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_GE(secs, 4.8);
+  EXPECT_LE(secs, 7.0);
+  // The load itself was not cut short: it ends later and the worker serves on.
+  JSResult r = RunJS(adapter, "globalThis.slowSdkDone === true");
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_TRUE(r.value.boolValue);
+  adapter.Cleanup();
+  EXPECT_FALSE(adapter.IsInitialized());
+}
+
+// ---- calls and their arguments -----------------------------------------------
+
+class AdapterCallTest : public AdapterTest {
+ protected:
+  void SetUp() override {
+    AdapterTest::SetUp();
+    JSResult r = RunJS(adapter,
+                     "globalThis.echoArgs = function () { return JSON.stringify(Array.from(arguments)); };\n"
+                     "globalThis.codesOf = s => Array.from(s).map(c => c.codePointAt(0)).join(',');\n"
+                     "globalThis.bytesOf = b => Buffer.isBuffer(b) ? 'buffer:' + Array.from(b).join(',')\n"
+                     "                                             : 'not a buffer: ' + typeof b;\n"
+                     "globalThis.argsLater = function () { return Promise.resolve(Array.from(arguments)); };\n"
+                     "globalThis.fail = m => { throw new Error(m); };\n"
+                     "'ready'");
+    ASSERT_TRUE(r.success) << r.error;
+  }
+};
+
+TEST_F(AdapterCallTest, ArgumentsArriveInTheirSourceForm) {
+  JSValue object = JSValue::Object();
+  object.Set("zeta", 1).Set("alpha", "a").Set("Mid", JSValue::Array().Push(true));
+  const std::string text = "line\nfeed \"quoted\" back\\slash\ttab";
+  std::vector<JSValue> args = {5, 0.1234567, -2.5, text, false, JSValue::Null(), object};
+  JSResult r = Call(adapter, "echoArgs", args);
+  ASSERT_TRUE(r.success) << r.error;
+  ASSERT_EQ(r.value.type, JSValueType::String);
+  // Six decimals; keys in sorted order, whatever order they were set in.
+  EXPECT_EQ(r.value.stringValue,
+            "[5,0.123457,-2.5,\"line\\nfeed \\\"quoted\\\" back\\\\slash\\ttab\",false,null,"
+            "{\"Mid\":[true],\"alpha\":\"a\",\"zeta\":1}]");
+  JSValue parsed = morvanta::ParseJsonToJSValue(r.value.stringValue);
+  ASSERT_EQ(parsed.arrayValue.size(), args.size());
+  EXPECT_EQ(parsed.arrayValue[3].stringValue, text);
+
+  // Other control characters and UTF-8 pass raw into the script and survive.
+  r = Call(adapter, "codesOf", {"a\x01\x7f\x1b" "b\xc3\xa9\xe2\x82\xac"});
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, "97,1,127,27,98,233,8364");
+
+  static const uint8_t kBytes[] = {0, 1, 127, 128, 255};
+  r = Call(adapter, "bytesOf", {JSValue::Binary(kBytes, sizeof(kBytes))});
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, "buffer:0,1,127,128,255");
+  r = Call(adapter, "bytesOf", {JSValue::Binary(nullptr, 0)});
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, "buffer:");
+}
+
+TEST_F(AdapterCallTest, ResultsAndFailuresComeBackAsProductValues) {
+  JSValue object = JSValue::Object();
+  object.Set("k", true);
+  JSResult r = Call(adapter, "argsLater", {1.5, "s", object, JSValue::Null()});
+  ASSERT_TRUE(r.success) << r.error;
+  ASSERT_EQ(r.value.type, JSValueType::Array);
+  ASSERT_EQ(r.value.arrayValue.size(), 4u);
+  EXPECT_EQ(r.value.arrayValue[0].type, JSValueType::Number);
+  EXPECT_EQ(r.value.arrayValue[0].numberValue, 1.5);
+  EXPECT_EQ(r.value.arrayValue[1].stringValue, "s");
+  ASSERT_EQ(r.value.arrayValue[2].type, JSValueType::Object);
+  ASSERT_NE(r.value.arrayValue[2].Find("k"), nullptr);
+  EXPECT_TRUE(r.value.arrayValue[2].Find("k")->boolValue);
+  EXPECT_EQ(r.value.arrayValue[3].type, JSValueType::Null);
+
+  r = Call(adapter, "fail", {"boom"});
+  EXPECT_FALSE(r.success);
+  EXPECT_NE(r.error.find("boom"), std::string::npos) << r.error;
+  r = Call(adapter, "noSuchFunction", {});
+  EXPECT_FALSE(r.success);
+  EXPECT_NE(r.error.find("ReferenceError"), std::string::npos) << r.error;
+}
+
+// ---- clean-up ------------------------------------------------------------------
+
+TEST(Adapter, CallsWithoutARunningBridgeFailAtOnceOnTheCaller) {
+  for (bool started : {false, true}) {
+    JSBridgeAdapter adapter;
+    if (started) {
+      ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+      adapter.Cleanup();
+    }
+    for (bool call : {false, true}) {
+      auto d = std::make_shared<Delivery>();
+      if (call) adapter.CallFunction("echoArgs", {1}, Catch(d));
+      else adapter.ExecuteJS("1", Catch(d));
+      ASSERT_EQ(d->Calls(), 1) << "started " << started << ", call " << call;
+      EXPECT_EQ(d->thread, std::this_thread::get_id());
+      EXPECT_FALSE(d->result.success);
+      EXPECT_EQ(d->result.error, "JSBridge not initialized");
+      EXPECT_EQ(d->result.value.type, JSValueType::Undefined);
+    }
+    adapter.ExecuteJS("1", nullptr);
+    adapter.CallFunction("f", {}, nullptr);
+  }
+}
+
+TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnce) {
+  JSBridgeAdapter adapter;
+  ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  auto d = std::make_shared<Delivery>();
+  adapter.ExecuteJS("new Promise(r => setTimeout(() => r('settled'), 300))", Catch(d));
+  adapter.Cleanup();
+  // Cleanup returned only after the answer.
+  EXPECT_EQ(d->Calls(), 1);
+  EXPECT_TRUE(d->result.success) << d->result.error;
+  EXPECT_EQ(d->result.value.stringValue, "settled");
+  EXPECT_NE(d->thread, std::this_thread::get_id());
+  EXPECT_FALSE(adapter.IsInitialized());
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_EQ(d->Calls(), 1);
+  adapter.Cleanup();  // a second clean-up has nothing to do
+}
+
+TEST(Adapter, DiagnosticReportFollowsTheState) {
+  const std::string head = "=== JSBridgeAdapter Initialization Report ===";
+  const std::string foot = "==============================================";
+  JSBridgeAdapter adapter;
+  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
+            (std::vector<std::string>{head, "Status: ❌ Not Initialized", "JSBridge Available: ✅ Yes",
+                                      "JSBridge Initialized: ❌ No", foot}));
+  ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
+            (std::vector<std::string>{head, "Status: ✅ Initialized", "JSBridge Available: ✅ Yes",
+                                      "JSBridge Initialized: ✅ Yes", foot}));
+  adapter.Cleanup();
+  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
+            (std::vector<std::string>{head, "Status: ❌ Not Initialized", "JSBridge Available: ❌ No", foot}));
+}
+
+// ---- value mapping ---------------------------------------------------------------
+
+TEST(AdapterValues, KindsMapBetweenTheTwoNumberings) {
+  static const uint8_t kBytes[] = {9, 0, 200};
+  // Tags as numbers: both numberings are part of the contract.
+  struct Row {
+    JSValue product;
+    int product_tag;
+    int bridge_tag;
+  };
+  const Row rows[] = {
+      {JSValue(), 0, 0},
+      {JSValue::Null(), 1, 1},
+      {JSValue(true), 2, 2},
+      {JSValue(2.5), 3, 3},
+      {JSValue("s"), 4, 4},
+      {JSValue::Array().Push(1), 5, 6},
+      {JSValue::Object().Set("k", "v"), 6, 5},
+      {JSValue::Binary(kBytes, sizeof(kBytes)), 7, 8},
+  };
+  for (const Row& row : rows) {
+    const int tag = row.product_tag;
+    ASSERT_EQ(static_cast<int>(row.product.type), tag);
+    jb::JSValue bridged = JSBridgeAdapter::ToBridgeValue(row.product);
+    EXPECT_EQ(static_cast<int>(bridged.type), row.bridge_tag) << "product tag " << tag;
+    JSValue back = JSBridgeAdapter::FromBridgeValue(bridged);
+    EXPECT_EQ(static_cast<int>(back.type), tag) << "product tag " << tag;
+    EXPECT_EQ(back.boolValue, row.product.boolValue);
+    EXPECT_EQ(back.numberValue, row.product.numberValue);
+    EXPECT_EQ(back.stringValue, row.product.stringValue);
+    EXPECT_EQ(back.binaryValue, row.product.binaryValue);
+    EXPECT_EQ(back.arrayValue.size(), row.product.arrayValue.size());
+    EXPECT_EQ(back.objectValue.size(), row.product.objectValue.size());
+  }
+
+  // A function has no product form; nested ones vanish into undefined too.
+  jb::JSValue fn(jb::JSValueType::Function);
+  EXPECT_EQ(JSBridgeAdapter::FromBridgeValue(fn).type, JSValueType::Undefined);
+  jb::JSValue holder(jb::JSValueType::Object);
+  holder.object_value["cb"] = fn;
+  holder.object_value["list"] = jb::JSValue(jb::JSValueType::Array);
+  holder.object_value["list"].array_value.push_back(fn);
+  JSValue mapped = JSBridgeAdapter::FromBridgeValue(holder);
+  ASSERT_EQ(mapped.type, JSValueType::Object);
+  EXPECT_EQ(mapped.Find("cb")->type, JSValueType::Undefined);
+  ASSERT_EQ(mapped.Find("list")->type, JSValueType::Array);
+  EXPECT_EQ(mapped.Find("list")->arrayValue.at(0).type, JSValueType::Undefined);
+}
+
+TEST(AdapterValues, NestedValuesAndBytesCrossBothWays) {
+  static const uint8_t kBytes[] = {1, 2, 3, 255};
+  JSValue product = JSValue::Object();
+  product.Set("bin", JSValue::Binary(kBytes, sizeof(kBytes)))
+      .Set("list", JSValue::Array().Push(JSValue::Object().Set("deep", JSValue::Array().Push("x"))))
+      .Set("empty", JSValue::Binary(nullptr, 0));
+  jb::JSValue bridged = JSBridgeAdapter::ToBridgeValue(product);
+  ASSERT_EQ(bridged.type, jb::JSValueType::Object);
+  const jb::JSValue& bin = bridged.object_value.at("bin");
+  ASSERT_EQ(bin.type, jb::JSValueType::Buffer);
+  ASSERT_EQ(bin.buffer_value.size, sizeof(kBytes));
+  EXPECT_EQ(std::vector<uint8_t>(bin.buffer_value.data, bin.buffer_value.data + bin.buffer_value.size),
+            std::vector<uint8_t>(kBytes, kBytes + sizeof(kBytes)));
+  EXPECT_EQ(bridged.object_value.at("empty").buffer_value.size, 0u);
+  const jb::JSValue& deep = bridged.object_value.at("list").array_value.at(0).object_value.at("deep");
+  ASSERT_EQ(deep.type, jb::JSValueType::Array);
+  EXPECT_EQ(deep.array_value.at(0).string_value, "x");
+
+  JSValue back = JSBridgeAdapter::FromBridgeValue(bridged);
+  ASSERT_EQ(back.type, JSValueType::Object);
+  EXPECT_EQ(back.Find("bin")->binaryValue, std::vector<uint8_t>(kBytes, kBytes + sizeof(kBytes)));
+  EXPECT_TRUE(back.Find("empty")->IsBinary());
+  EXPECT_TRUE(back.Find("empty")->binaryValue.empty());
+  EXPECT_EQ(back.Find("list")->arrayValue.at(0).Find("deep")->arrayValue.at(0).stringValue, "x");
+
+  // Bytes coming from the bridge are copied: the product value owns them.
+  std::vector<uint8_t> source = {7, 8};
+  jb::JSValue view(jb::JSValueType::Buffer);
+  view.buffer_value.data = source.data();
+  view.buffer_value.size = source.size();
+  JSValue owned = JSBridgeAdapter::FromBridgeValue(view);
+  source[0] = 99;
+  EXPECT_EQ(owned.binaryValue, (std::vector<uint8_t>{7, 8}));
+}

@@ -1,0 +1,146 @@
+// JSON text from the SDK turned into product values.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "bridge/product_value.h"
+
+using morvanta::JSValue;
+using morvanta::JSValueType;
+using morvanta::kMaxJsonDepth;
+using morvanta::ParseJsonToJSValue;
+using morvanta::TryParseJson;
+
+TEST(JsonValue, TextThatIsNotJsonBecomesAStringHoldingIt) {
+  const std::string texts[] = {
+      "",
+      "hello",
+      "{",
+      "[1,]",
+      "{\"a\":1} trailing",
+      "nul",
+      "'single'",
+      "{a:1}",
+      "01",
+      "1e400",                        // too big for a double
+      std::string("123\0garbage", 11),  // nothing may hide behind a NUL
+      "\xEF\xBB{}",                   // a partial byte-order mark
+      "\"unterminated",
+  };
+  for (const std::string& text : texts) {
+    JSValue v = ParseJsonToJSValue(text);
+    EXPECT_EQ(v.type, JSValueType::String) << text;
+    EXPECT_EQ(v.stringValue, text);
+  }
+}
+
+TEST(JsonValue, ScalarsMapToTheirKinds) {
+  struct Row {
+    const char* text;
+    JSValueType type;
+    double number;
+    bool boolean;
+    std::string string;
+  };
+  const Row rows[] = {
+      {"null", JSValueType::Null, 0, false, ""},
+      {"true", JSValueType::Boolean, 0, true, ""},
+      {" false\n", JSValueType::Boolean, 0, false, ""},
+      {"42", JSValueType::Number, 42, false, ""},
+      {"-0.5e1", JSValueType::Number, -5, false, ""},
+      {"1.25", JSValueType::Number, 1.25, false, ""},
+      // Integers beyond 2^53 arrive as the nearest double.
+      {"9007199254740993", JSValueType::Number, 9007199254740992.0, false, ""},
+      {"18446744073709551615", JSValueType::Number, 18446744073709551615.0, false, ""},
+      {"-9223372036854775808", JSValueType::Number, -9223372036854775808.0, false, ""},
+      {"\"h\\u00e9\\n\"", JSValueType::String, 0, false, "h\xc3\xa9\n"},
+      {"\"a\\u0000b\"", JSValueType::String, 0, false, std::string("a\0b", 3)},
+      {"\xEF\xBB\xBF\"bom\"", JSValueType::String, 0, false, "bom"},
+  };
+  for (const Row& row : rows) {
+    JSValue v = ParseJsonToJSValue(row.text);
+    EXPECT_EQ(v.type, row.type) << row.text;
+    EXPECT_EQ(v.numberValue, row.number) << row.text;
+    EXPECT_EQ(v.boolValue, row.boolean) << row.text;
+    EXPECT_EQ(v.stringValue, row.string) << row.text;
+  }
+}
+
+TEST(JsonValue, ContainersNestAndDuplicateKeysKeepTheLast) {
+  JSValue v = ParseJsonToJSValue(
+      "{\"a\": 1, \"list\": [true, null, \"x\", {\"deep\": [2]}], \"a\": 2, \"empty\": {}, \"none\": []}");
+  ASSERT_EQ(v.type, JSValueType::Object);
+  EXPECT_EQ(v.objectValue.size(), 4u);
+  ASSERT_NE(v.Find("a"), nullptr);
+  EXPECT_EQ(v.Find("a")->type, JSValueType::Number);
+  EXPECT_EQ(v.Find("a")->numberValue, 2);
+
+  const JSValue* list = v.Find("list");
+  ASSERT_NE(list, nullptr);
+  ASSERT_EQ(list->type, JSValueType::Array);
+  ASSERT_EQ(list->arrayValue.size(), 4u);
+  EXPECT_EQ(list->arrayValue[0].type, JSValueType::Boolean);
+  EXPECT_EQ(list->arrayValue[1].type, JSValueType::Null);
+  EXPECT_EQ(list->arrayValue[2].stringValue, "x");
+  const JSValue* deep = list->arrayValue[3].Find("deep");
+  ASSERT_NE(deep, nullptr);
+  ASSERT_EQ(deep->arrayValue.size(), 1u);
+  EXPECT_EQ(deep->arrayValue[0].numberValue, 2);
+
+  EXPECT_EQ(v.Find("empty")->type, JSValueType::Object);
+  EXPECT_TRUE(v.Find("empty")->objectValue.empty());
+  EXPECT_EQ(v.Find("none")->type, JSValueType::Array);
+  EXPECT_TRUE(v.Find("none")->arrayValue.empty());
+
+  // A duplicate whose last value is of another kind replaces it whole.
+  JSValue replaced = ParseJsonToJSValue("{\"k\": {\"inner\": 1}, \"k\": \"text\"}");
+  ASSERT_EQ(replaced.objectValue.size(), 1u);
+  EXPECT_EQ(replaced.Find("k")->type, JSValueType::String);
+  EXPECT_TRUE(replaced.Find("k")->objectValue.empty());
+}
+
+TEST(JsonValue, DeepNestingNeverCrashes) {
+  // Within the limit the whole depth arrives.
+  const int allowed = kMaxJsonDepth;
+  JSValue v = ParseJsonToJSValue(std::string(allowed, '[') + std::string(allowed, ']'));
+  int depth = 0;
+  const JSValue* at = &v;
+  while (at->type == JSValueType::Array) {
+    ++depth;
+    if (at->arrayValue.empty()) break;
+    at = &at->arrayValue[0];
+  }
+  EXPECT_EQ(depth, allowed);
+
+  // Far beyond it, closed or not, the text comes back as a string.
+  for (const std::string& text : {std::string(100000, '[') + std::string(100000, ']'),
+                                  std::string(100000, '['),
+                                  [] {
+                                    std::string s;
+                                    for (int i = 0; i < 50000; ++i) s += "{\"a\":";
+                                    s += "1";
+                                    s += std::string(50000, '}');
+                                    return s;
+                                  }()}) {
+    JSValue deep = ParseJsonToJSValue(text);
+    EXPECT_EQ(deep.type, JSValueType::String);
+    EXPECT_EQ(deep.stringValue.size(), text.size());
+  }
+}
+
+TEST(JsonValue, TryParseReportsTheErrorAndLeavesTheOutputAlone) {
+  JSValue out("before");
+  std::string error;
+  EXPECT_FALSE(TryParseJson("[1,]", out, &error));
+  EXPECT_FALSE(error.empty());
+  EXPECT_EQ(out.type, JSValueType::String);
+  EXPECT_EQ(out.stringValue, "before");
+
+  error = "stale";
+  EXPECT_FALSE(TryParseJson("[1] [2]", out, &error));
+  EXPECT_NE(error, "stale");
+
+  EXPECT_TRUE(TryParseJson(" [1] \r\n\t", out, nullptr));
+  ASSERT_EQ(out.type, JSValueType::Array);
+  EXPECT_EQ(out.arrayValue.size(), 1u);
+}

@@ -1,0 +1,196 @@
+// PromiseTracker against a live isolate: every settled promise completes its
+// task exactly once, a pending one waits for its own timeout, and callbacks
+// run after the scan, where they may throw or track new promises.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bridge/promise_tracker.h"
+#include "bridge/v8_text.h"
+#include "runtime/log.h"
+#include "runtime/node_runtime.h"
+#include "runtime/v8_scope.h"
+
+namespace {
+
+using namespace morvanta::jsbridge;
+using namespace std::chrono_literals;
+
+// "ok <value>" or "failed <message>", for comparing outcomes as text.
+std::string Show(const JSResult<JSValue>& r) {
+  if (!r.success) return "failed " + (r.error ? r.error->message : std::string("<no error>"));
+  std::ostringstream os;
+  switch (r.value ? r.value->type : JSValueType::Buffer) {
+    case JSValueType::Undefined: return "ok undefined";
+    case JSValueType::Null: return "ok null";
+    case JSValueType::Number: os << r.value->number_value; break;
+    case JSValueType::String: os << '"' << r.value->string_value << '"'; break;
+    default: return "ok <other>";
+  }
+  return "ok " + os.str();
+}
+
+// Everything logged between construction and Take().
+struct LogCapture {
+  LogCapture() { testing::internal::CaptureStdout(), testing::internal::CaptureStderr(); }
+  std::string Take() {
+    morvanta::log::FlushAll();
+    return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+  }
+};
+
+class PromiseTrackerTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(rt_.Initialize({"node"})) << rt_.GetLastError(); }
+  void TearDown() override { rt_.Cleanup(); }
+  v8::Isolate* isolate() { return rt_.GetIsolate(); }
+  v8::Local<v8::Value> Eval(const std::string& code) {
+    v8::Local<v8::Context> context = isolate()->GetCurrentContext();
+    v8::Local<v8::Script> script;
+    v8::Local<v8::Value> result;
+    if (v8::Script::Compile(context, V8String(isolate(), code)).ToLocal(&script) &&
+        script->Run(context).ToLocal(&result))
+      return result;
+    ADD_FAILURE() << "script failed: " << code;
+    return v8::Undefined(isolate());
+  }
+
+  // Runs `code`, which must give a promise, and hands it to the tracker.
+  std::shared_ptr<Task> Track(PromiseTracker& tracker, const std::string& code,
+                              std::chrono::milliseconds timeout = 10s) {
+    v8::Local<v8::Value> promise = Eval(code);
+    EXPECT_TRUE(promise->IsPromise()) << code;
+    auto task = std::make_shared<Task>();
+    if (promise->IsPromise()) tracker.Track(promise.As<v8::Promise>(), task, timeout);
+    return task;
+  }
+
+  // Every completion, by task id.
+  std::map<uint64_t, std::vector<JSResult<JSValue>>> done_;
+  PromiseTracker::CompletionCallback Record() {
+    return [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& r) { done_[task->id].push_back(r); };
+  }
+
+  NodeRuntime rt_;
+};
+
+TEST_F(PromiseTrackerTest, SettledPromisesCompleteOnceWithTheirOutcome) {
+  struct Row {
+    const char* code;
+    const char* expected;
+  } rows[] = {
+      {"Promise.resolve(42)", "ok 42"},
+      {"Promise.resolve('text')", "ok \"text\""},
+      {"Promise.resolve()", "ok undefined"},
+      {"Promise.resolve(null)", "ok null"},
+      {"Promise.resolve({a: [1, 'x']})", R"(ok "{"a":[1,"x"]}")"},
+      {"(() => { const o = {}; o.o = o; return Promise.resolve(o); })()", "ok \"[object Object]\""},
+      {"Promise.resolve(function f() {})", "ok \"function f() {}\""},
+      {"Promise.resolve(Symbol('s'))", "ok \"[Unknown]\""},
+      {"Promise.resolve(10n)", "ok \"10\""},
+      {"(async () => { await null; return 'later'; })()", "ok \"later\""},
+      {"Promise.reject(new Error('boom'))", "failed boom"},
+      {"Promise.reject('plain text')", "failed plain text"},
+      {"Promise.reject({code: 7})", "failed Promise rejected"},
+      {"Promise.reject(new Error(''))", "failed Promise rejected"},
+      {"Promise.reject({get message() { throw new Error('trap'); }})",
+       "failed Failed to extract Promise error: Error: trap"},
+  };
+  DirectV8Scope scope(isolate());
+  scope.EnterContext(rt_.GetContext());
+  PromiseTracker tracker(isolate());
+  std::vector<std::shared_ptr<Task>> tasks;
+  for (const Row& row : rows) tasks.push_back(Track(tracker, row.code));
+  ASSERT_EQ(tracker.GetPendingCount(), 15);
+
+  isolate()->PerformMicrotaskCheckpoint();
+  LogCapture capture;
+  tracker.CheckPendingPromises(Record());
+  tracker.CheckPendingPromises(Record());  // nothing left to report twice
+  const std::string log = capture.Take();
+
+  EXPECT_EQ(tracker.GetPendingCount(), 0);
+  for (size_t i = 0; i < tasks.size(); ++i) {
+    const auto& results = done_[tasks[i]->id];
+    ASSERT_EQ(results.size(), 1u) << rows[i].code;
+    EXPECT_EQ(Show(results[0]), rows[i].expected) << rows[i].code;
+  }
+  EXPECT_NE(done_[tasks[10]->id][0].error->stack.find("Error: boom"), std::string::npos);
+  EXPECT_NE(log.find("[PromiseTracker] Processed 15 promises: 10 fulfilled, 5 rejected, 0 timed out"),
+            std::string::npos);
+}
+
+TEST_F(PromiseTrackerTest, PendingPromiseWaitsForSettlementOrItsTimeout) {
+  DirectV8Scope scope(isolate());
+  scope.EnterContext(rt_.GetContext());
+  PromiseTracker tracker(isolate());
+  auto released = Track(tracker, "new Promise(r => { globalThis.release = r; })");
+  auto stuck = Track(tracker, "new Promise(() => {})", 30ms);
+
+  tracker.CheckPendingPromises(Record());
+  EXPECT_TRUE(done_.empty());
+  EXPECT_EQ(tracker.GetPendingCount(), 2);
+
+  std::this_thread::sleep_for(60ms);
+  LogCapture capture;
+  tracker.CheckPendingPromises(Record());
+  const std::string log = capture.Take();
+  ASSERT_EQ(done_[stuck->id].size(), 1u);
+  EXPECT_EQ(Show(done_[stuck->id][0]).rfind("failed Promise timed out after ", 0), 0u);
+  EXPECT_NE(log.find("[PromiseTracker] Promise " + std::to_string(stuck->id) + " timed out after "),
+            std::string::npos);
+  EXPECT_NE(log.find("1 promises: 0 fulfilled, 0 rejected, 1 timed out"), std::string::npos);
+  EXPECT_EQ(tracker.GetPendingCount(), 1);
+
+  Eval("release('late')");
+  isolate()->PerformMicrotaskCheckpoint();
+  tracker.CheckPendingPromises(Record());
+  ASSERT_EQ(done_[released->id].size(), 1u);
+  EXPECT_EQ(Show(done_[released->id][0]), "ok \"late\"");
+  EXPECT_EQ(done_[stuck->id].size(), 1u);
+  EXPECT_EQ(tracker.GetPendingCount(), 0);
+}
+
+TEST_F(PromiseTrackerTest, CallbacksMayThrowOrTrackAgain) {
+  DirectV8Scope scope(isolate());
+  scope.EnterContext(rt_.GetContext());
+  PromiseTracker tracker(isolate());
+  tracker.Track(Eval("Promise.resolve(0)").As<v8::Promise>(), nullptr, 10s);
+  EXPECT_EQ(tracker.GetPendingCount(), 0);
+
+  auto first = Track(tracker, "Promise.resolve(1)");
+  auto second = Track(tracker, "Promise.resolve(2)");
+  std::shared_ptr<Task> again;
+  auto callback = [&](const std::shared_ptr<Task>& task, const JSResult<JSValue>& r) {
+    done_[task->id].push_back(r);
+    if (!again) again = Track(tracker, "Promise.resolve('again')");
+    if (task == first) throw std::runtime_error("callback failed");
+  };
+  isolate()->PerformMicrotaskCheckpoint();
+  LogCapture capture;
+  tracker.CheckPendingPromises(callback);
+  const std::string log = capture.Take();
+
+  EXPECT_EQ(done_[first->id].size(), 1u);
+  ASSERT_EQ(done_[second->id].size(), 1u);
+  EXPECT_EQ(Show(done_[second->id][0]), "ok 2");
+  EXPECT_NE(log.find("[PromiseTracker] Exception invoking callback for Promise " + std::to_string(first->id) +
+                     ": callback failed"),
+            std::string::npos);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(tracker.GetPendingCount(), 1);
+
+  isolate()->PerformMicrotaskCheckpoint();
+  tracker.CheckPendingPromises(Record());
+  ASSERT_EQ(done_[again->id].size(), 1u);
+  EXPECT_EQ(Show(done_[again->id][0]), "ok \"again\"");
+  EXPECT_EQ(tracker.GetPendingCount(), 0);
+}
+
+}  // namespace
