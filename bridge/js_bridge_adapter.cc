@@ -1,6 +1,7 @@
 #include "bridge/js_bridge_adapter.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <sstream>
@@ -90,9 +91,17 @@ bool JSBridgeAdapter::Initialize(const JSBridgeAdapterConfig& config) {
 bool JSBridgeAdapter::LoadSDKFile(const std::string& requested) {
   std::string path = requested;
   if (path.empty()) {
-    std::string dir = HostExecutableDir();
-    path = dir.empty() ? "./index.js" : dir + "index.js";
-    log::Info("[JSBridgeAdapter] Using default SDK path: ", path);
+    // Hosts whose executable is an interpreter (python3, say) cannot put
+    // index.js beside it; they name the file in MORVANTA_SDK_PATH instead.
+    const char* fromEnv = std::getenv("MORVANTA_SDK_PATH");
+    if (fromEnv && *fromEnv) {
+      path = fromEnv;
+      log::Info("[JSBridgeAdapter] Using SDK path from MORVANTA_SDK_PATH: ", path);
+    } else {
+      std::string dir = HostExecutableDir();
+      path = dir.empty() ? "./index.js" : dir + "index.js";
+      log::Info("[JSBridgeAdapter] Using default SDK path: ", path);
+    }
   }
   if (!std::ifstream(path)) {
     log::Error("[JSBridgeAdapter] ❌ SDK file not found: ", path);

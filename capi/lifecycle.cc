@@ -123,7 +123,7 @@ int32_t Initialize(const MorvantaInitConfig* config, MorvantaSDK_T** out_handle)
 
     log::Info(kTag, " 🏗️ Step 5: Creating the product object...");
     if (!g_gatherdeck)
-      g_gatherdeck = std::make_shared<MvGatherdeck>(g_bridge.get());
+      g_gatherdeck = std::make_shared<MvGatherdeck>(g_bridge);
     else
       log::Info("[Gatherdeck C API] Using existing Gatherdeck instance");
 

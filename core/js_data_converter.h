@@ -13,7 +13,6 @@
 // ever read as a list) and one Convert.
 #pragma once
 
-#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>

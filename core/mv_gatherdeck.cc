@@ -41,7 +41,7 @@ const char* Flag(const std::optional<bool>& v) { return v ? (*v ? "true" : "fals
 }  // namespace
 
 struct MvGatherdeck::Impl {
-  JSBridgeAdapter* bridge = nullptr;
+  std::weak_ptr<JSBridgeAdapter> bridge;
   bool initialized = false;
 #define MORVANTA_MANAGER_SLOT(Kind, Class) std::shared_ptr<Class> Kind;
   MORVANTA_MANAGER_KINDS(MORVANTA_MANAGER_SLOT)
@@ -53,7 +53,7 @@ struct MvGatherdeck::Impl {
       log::Error("[MvGatherdeck] ❌ Cannot get ", name, ": not initialized");
       return nullptr;
     }
-    if (!bridge) {
+    if (bridge.expired()) {
       log::Error("[MvGatherdeck] ❌ Cannot get ", name, ": bridge not available");
       return nullptr;
     }
@@ -69,7 +69,8 @@ struct MvGatherdeck::Impl {
   }
 
   MvResult<void> CallJSMethod(const std::string& method, std::vector<JSValue> args) {
-    if (!bridge || !bridge->IsInitialized()) return MvResult<void>::Failure(-1, "JSBridge not initialized");
+    std::shared_ptr<JSBridgeAdapter> adapter = bridge.lock();
+    if (!adapter || !adapter->IsInitialized()) return MvResult<void>::Failure(-1, "JSBridge not initialized");
     log::Info("[MvGatherdeck] CallJSMethod('", method, "') using JSBridge 2.0");
     const std::string path = "morVantaMeeting." + method;
     // Shared with the callback, which may arrive after the wait gave up.
@@ -82,7 +83,7 @@ struct MvGatherdeck::Impl {
     auto shared = std::make_shared<Shared>();
     log::Info("[MvGatherdeck] 🔍 Calling ", path, " with Promise support");
     const auto start = std::chrono::steady_clock::now();
-    bridge->CallFunction(path, args, [shared, path](const JSResult& r) {
+    adapter->CallFunction(path, args, [shared, path](const JSResult& r) {
       log::Info("[MvGatherdeck] 🎯 Result success: ", r.success ? "true" : "false");
       {
         std::lock_guard<std::mutex> lock(shared->mutex);
@@ -111,9 +112,9 @@ struct MvGatherdeck::Impl {
   }
 };
 
-MvGatherdeck::MvGatherdeck(JSBridgeAdapter* bridge) : impl_(std::make_unique<Impl>()) {
-  impl_->bridge = bridge;
-  log::Info("[Gatherdeck] Constructor called with JSBridge adapter=", bridge ? "valid" : "null");
+MvGatherdeck::MvGatherdeck(std::weak_ptr<JSBridgeAdapter> bridge) : impl_(std::make_unique<Impl>()) {
+  impl_->bridge = std::move(bridge);
+  log::Info("[Gatherdeck] Constructor called with JSBridge adapter=", impl_->bridge.expired() ? "null" : "valid");
 }
 
 MvGatherdeck::~MvGatherdeck() = default;
@@ -162,7 +163,7 @@ JSValue MvGatherdeck::BuildSdkConfig(const MvGatherdeckInitConfig& c) {
 
 MvResult<void> MvGatherdeck::Initialize(const MvGatherdeckInitConfig& config) {
   if (impl_->initialized) return MvResult<void>::Failure(-1, "Already initialized");
-  if (!impl_->bridge || !impl_->bridge->IsInitialized())
+  if (auto adapter = impl_->bridge.lock(); !adapter || !adapter->IsInitialized())
     return MvResult<void>::Failure(-2, "JSBridge not initialized");
   std::string error;
   if (!ConfigValidator::Validate(config, error)) {
@@ -206,7 +207,7 @@ MvResult<void> MvGatherdeck::UnInitialize() {
   }
   impl_->initialized = false;
   log::Info("[MvGatherdeck] ✅ UnInitialize success");
-  JSBridgeAdapter* bridge = impl_->bridge;
+  std::shared_ptr<JSBridgeAdapter> bridge = impl_->bridge.lock();
   if (bridge && bridge->IsInitialized()) {
     log::Info("[MvGatherdeck] 🧹 Cleaning up pending async operations...");
     struct Shared {

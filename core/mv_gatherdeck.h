@@ -21,7 +21,9 @@ MORVANTA_MANAGER_KINDS(MORVANTA_DECLARE_MANAGER)
 
 class MvGatherdeck {
  public:
-  explicit MvGatherdeck(JSBridgeAdapter* bridge);
+  // The adapter is not owned: the library's lifecycle owns it. It is held
+  // weakly, so a late use after it is gone is a failure, not a crash.
+  explicit MvGatherdeck(std::weak_ptr<JSBridgeAdapter> bridge);
   ~MvGatherdeck();
   MvGatherdeck(const MvGatherdeck&) = delete;
   MvGatherdeck& operator=(const MvGatherdeck&) = delete;

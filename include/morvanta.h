@@ -76,7 +76,9 @@ typedef struct MorvantaInitConfig {
 } MorvantaInitConfig;
 
 /* Starts the JavaScript runtime, loads index.js from beside the host
- * executable and initializes the SDK. Blocks until done.
+ * executable (or from the file named by the environment variable
+ * MORVANTA_SDK_PATH, for hosts such as interpreters) and initializes the
+ * SDK. Blocks until done.
  *   config      in: required.
  *   out_handle  out, may be NULL: receives the handle; set to NULL first.
  * Returns 0; -1 config NULL or app_key NULL/empty; -3 already initialized
@@ -187,12 +189,230 @@ typedef struct MorvantaAccountInfo {
   int8_t is_anonymous;             /* tri-state */
 } MorvantaAccountInfo;
 
+/* An account found by the invite operations; lists of it go with an int32_t
+ * count. */
+typedef struct MorvantaSearchAccountInfo {
+  char* user_uuid;
+  char* nickname;     /* the user_uuid when the service gave no name */
+  char* avatar;       /* may be NULL */
+  char* phone_number; /* may be NULL */
+  char* dept;         /* may be NULL */
+} MorvantaSearchAccountInfo;
+
+/* The chatroom permissions of the meeting, as the service's permission
+ * names (text, not numbers). */
+typedef struct MorvantaChatroomPermission {
+  char* cr_perm;
+  char* wt_pr_chat;
+} MorvantaChatroomPermission;
+
+/* A member scheduled into a meeting; lists of it go with an int32_t count.
+ * Role texts here and below: "host", "evaluator", "bidder" or "supervise";
+ * any role the library does not know reads as "host". */
+typedef struct MorvantaScheduledMember {
+  char* user_uuid;
+  char* role;
+} MorvantaScheduledMember;
+
+/* A member waiting to be admitted; lists of it go with an int32_t count. */
+typedef struct MorvantaWaitingRoomMember {
+  char* uuid;
+  char* name;
+  char* avatar; /* may be NULL */
+  int64_t join_time;
+  int32_t status;
+} MorvantaWaitingRoomMember;
+
+/* A member of the running meeting; lists of it go with a uint32_t count.
+ * The flags are 0 or 1. */
+typedef struct MorvantaMember {
+  char* uuid;
+  char* name;
+  int32_t is_host;      /* role "host" (the service's co-host names count as host) */
+  int32_t is_evaluator; /* role "evaluator" */
+  int32_t is_audio_on;
+  int32_t is_video_on;
+  int32_t is_sharing_screen;
+  int32_t is_hands_up; /* 0 also when the service did not say */
+} MorvantaMember;
+
+/* An image of a capture source. A source without the image has the block
+ * all zero; an image without pixel data has its size and data 0/NULL. */
+typedef struct MorvantaScreenCaptureImage {
+  int32_t width;
+  int32_t height;
+  uint32_t size; /* bytes at data */
+  uint8_t* data; /* the service's image bytes, copied; NULL when size is 0 */
+} MorvantaScreenCaptureImage;
+
+/* A screen or window that can be shared; lists of it go with a uint32_t
+ * count. */
+typedef struct MorvantaScreenCaptureSource {
+  int64_t source_id;
+  char* source_name;
+  int32_t is_window;          /* 1 when the service's source type is not 0 (0: a screen) */
+  char* app_name;             /* the source's title; may be NULL */
+  char* app_path;             /* path of the owning process; may be NULL */
+  int32_t is_primary_monitor; /* tri-state */
+  MorvantaScreenCaptureImage icon;
+  MorvantaScreenCaptureImage thumbnail;
+} MorvantaScreenCaptureSource;
+
+/* The local user's part in a scheduled meeting. */
+typedef struct MorvantaLocalMember {
+  char* user_uuid;
+  char* name;
+  char* role; /* role text */
+} MorvantaLocalMember;
+
+/* A scheduled meeting (pre-meeting operations); lists of it go with an
+ * int32_t count. */
+typedef struct MorvantaMeetingInfo {
+  MorvantaLocalMember* local_member; /* NULL when the service gave none */
+  int64_t meeting_id;
+  char* meeting_num;
+  char* room_uuid;
+  int32_t state;
+  int64_t start_time;
+  int64_t end_time;
+  char* subject;
+  char* owner_user_uuid;
+  char* owner_nickname;
+  MorvantaScheduledMember* scheduled_members; /* NULL when there are none */
+  int32_t scheduled_member_count;
+  int32_t no_cloud_record;     /* tri-state */
+  int32_t no_chat;             /* tri-state */
+  int32_t enable_waiting_room; /* 0 or 1 */
+} MorvantaMeetingInfo;
+
+/* The meeting the local user is in. The first three fields describe the
+ * local member. Flags are 0 or 1. */
+typedef struct MorvantaMeetingSDKInfo {
+  char* user_uuid;
+  char* name;
+  char* role; /* role text */
+  char* my_uuid;
+  char* host_uuid;
+  char* host_name;
+  char* active_speaker_uuid;
+  char* subject;
+  char* owner_user_uuid;
+  char* room_archive_id;
+  char* meeting_num;
+  int32_t is_support_chatroom;
+  int32_t is_cloud_recording;
+  int64_t start_time;
+  int64_t end_time;
+  int32_t type;
+  int64_t rtc_start_time;
+  int64_t join_meeting_time;
+  int64_t meeting_id;              /* -1 when not given */
+  int32_t is_waiting_room_enabled; /* tri-state */
+  int32_t in_waiting_room;         /* tri-state */
+  int32_t max_members;             /* -1 when not given */
+  int32_t is_breakout_room;        /* tri-state */
+} MorvantaMeetingSDKInfo;
+
+/* Chat records. Unlike the records above, every string of a chat message
+ * and of its two attachment records is NULL where the service gave none or
+ * gave an empty one. String lists are arrays of non-NULL strings with their
+ * count, NULL with a count of 0 when empty. */
+
+/* The notification part of a chat message. */
+typedef struct MorvantaChatMessageAttach {
+  char* from;
+  char* from_nick;
+  char* type;
+  char** to;
+  int32_t to_count;
+  char** to_nick;
+  int32_t to_nick_count;
+  char* url;
+  char* name;
+  char* msg_id;
+  int64_t msg_time;
+  int32_t id;
+  char* operator_; /* the service's "operator" */
+} MorvantaChatMessageAttach;
+
+/* The file part of an image, audio, video or file message. */
+typedef struct MorvantaChatMessageFile {
+  char* name;
+  char* ext;
+  uint64_t size;
+  char* url;
+  char* file_path;
+  int32_t width;
+  int32_t height;
+} MorvantaChatMessageFile;
+
+/* A chat message, its text and file forms in one record. Flags are 0 or 1,
+ * 0 also when the service did not say. */
+typedef struct MorvantaChatMessage {
+  char* message_uuid;
+  char* from_client_type;
+  char* message_type; /* "text", "image", "audio", "video", "file", "geo",
+                         "custom", "tip" or "notification" */
+  char* from_user_uuid;
+  char* from_nick;
+  char** to_user_uuid_list;
+  int32_t to_user_uuid_count;
+  int64_t time;
+  char* type;
+  char* text;
+  char* status;
+  MorvantaChatMessageAttach* attach; /* NULL for a message without one */
+  char* from;
+  int8_t is_me;
+  int8_t resend;
+  char* id_client;
+  MorvantaChatMessageFile* file; /* NULL for a message without one */
+  char* custom;
+  int32_t chatroom_type; /* 0 when not given */
+  int8_t has_temp_file;  /* 1 when the service named a temporary file, even an empty name */
+  char* temp_file;
+  int8_t is_private;
+  char* to_nickname;
+  char* from_avatar;
+  double percentage; /* transfer progress */
+  char* percentage_text;
+  char* total;
+  char* loaded;
+} MorvantaChatMessage;
+
 /* Frees a string payload. */
 MORVANTA_API void Morvanta_FreeString(char* str);
 /* Frees each device's strings and the array; a count of 0 frees nothing. */
 MORVANTA_API void Morvanta_FreeDeviceList(MorvantaDeviceInfo* devices, uint32_t count);
 /* Frees the account record and its strings. */
 MORVANTA_API void Morvanta_FreeAccountInfo(MorvantaAccountInfo* info);
+/* Frees each account's strings and the array; a count below 1 frees nothing. */
+MORVANTA_API void Morvanta_FreeAccountList(MorvantaSearchAccountInfo* accounts, int32_t count);
+/* Frees the permission record and its strings. */
+MORVANTA_API void Morvanta_FreeChatroomPermission(MorvantaChatroomPermission* permission);
+/* Frees each member's strings and the array; a count of 0 or below frees the
+ * array alone. */
+MORVANTA_API void Morvanta_FreeScheduledMembers(MorvantaScheduledMember* members, int32_t count);
+/* Frees each member's strings and the array; a count of 0 or below frees the
+ * array alone. */
+MORVANTA_API void Morvanta_FreeWaitingRoomMemberList(MorvantaWaitingRoomMember* members, int32_t count);
+/* Frees each member's strings and the array; a count of 0 frees the array
+ * alone. */
+MORVANTA_API void Morvanta_FreeMemberList(MorvantaMember* members, uint32_t count);
+/* Frees each source's strings and image bytes, and the array; a count of 0
+ * frees the array alone. */
+MORVANTA_API void Morvanta_FreeScreenCaptureSourceList(MorvantaScreenCaptureSource* sources, uint32_t count);
+/* Frees the in-meeting record and its strings. */
+MORVANTA_API void Morvanta_FreeMeetingInfo(MorvantaMeetingSDKInfo* info);
+/* Frees a scheduled meeting: its local member, strings, scheduled member
+ * array and the record. */
+MORVANTA_API void Morvanta_FreePreMeetingInfo(MorvantaMeetingInfo* info);
+/* Frees each meeting's contents (as Morvanta_FreePreMeetingInfo) and the
+ * array; a count of 0 or below frees the array alone. */
+MORVANTA_API void Morvanta_FreeMeetingList(MorvantaMeetingInfo* meetings, int32_t count);
+/* Frees the message: its strings, string lists, attachment records and the
+ * record. */
+MORVANTA_API void Morvanta_FreeChatMessage(MorvantaChatMessage* message);
 
 /* ======================================================================
  * Account

@@ -57,19 +57,19 @@ MvCallback<MvAccountInfo> WithConversionLog(MvCallback<MvAccountInfo> done) {
 void AccountManager::LoginByPassword(const LoginByPasswordOptions& o, MvCallback<MvAccountInfo> done) {
   JSValue options = JSValue::Object();
   options.Set("username", o.username).Set("password", o.password);
-  CallSdk<MvAccountInfo>(bridge(), Call("LoginByPassword", "loginByPassword", {options}), std::move(done));
+  CallSdk<MvAccountInfo>(bridge().get(), Call("LoginByPassword", "loginByPassword", {options}), std::move(done));
 }
 
 void AccountManager::LoginBySmsCode(const LoginBySmsCodeOptions& o, MvCallback<MvAccountInfo> done) {
   JSValue options = JSValue::Object();
   options.Set("phoneNumber", o.phoneNumber).Set("smsCode", o.smsCode);
-  CallSdk<MvAccountInfo>(bridge(), Call("LoginBySmsCode", "loginBySmsCode", {options}), std::move(done));
+  CallSdk<MvAccountInfo>(bridge().get(), Call("LoginBySmsCode", "loginBySmsCode", {options}), std::move(done));
 }
 
 void AccountManager::LoginByToken(const LoginByTokenOptions& o, MvCallback<MvAccountInfo> done) {
   JSValue options = JSValue::Object();
   options.Set("accountId", o.accountId).Set("accountToken", o.accountToken);
-  if (bridge() && bridge()->IsInitialized()) {
+  if (auto b = bridge(); b && b->IsInitialized()) {
     if (o.authType) log::Info(kTag, " Adding authType: ", *o.authType);
     if (o.isTemporary) log::Info(kTag, " Adding isTemporary: ", *o.isTemporary ? "true" : "false");
   }
@@ -87,25 +87,25 @@ void AccountManager::LoginByToken(const LoginByTokenOptions& o, MvCallback<MvAcc
       log::Info(kTag, " 🔍 JS String value: ", raw.stringValue);
     }
   };
-  CallSdk<MvAccountInfo>(bridge(), std::move(call), WithConversionLog(std::move(done)));
+  CallSdk<MvAccountInfo>(bridge().get(), std::move(call), WithConversionLog(std::move(done)));
 }
 
 void AccountManager::GetAccountInfo(MvCallback<MvAccountInfo> done) {
-  CallSdk<MvAccountInfo>(bridge(), Call("GetAccountInfo", "getAccountInfo"), std::move(done));
+  CallSdk<MvAccountInfo>(bridge().get(), Call("GetAccountInfo", "getAccountInfo"), std::move(done));
 }
 
 void AccountManager::Logout(MvCallback<void> done) {
-  CallSdk<void>(bridge(), Call("Logout", "logout"), std::move(done));
+  CallSdk<void>(bridge().get(), Call("Logout", "logout"), std::move(done));
 }
 
 void AccountManager::ResetPassword(const ResetPasswordOptions& o, MvCallback<void> done) {
   JSValue options = JSValue::Object();
   options.Set("oldPassword", o.oldPassword).Set("newPassword", o.newPassword);
-  CallSdk<void>(bridge(), QuietCall("ResetPassword", "resetPassword", {options}), std::move(done));
+  CallSdk<void>(bridge().get(), QuietCall("ResetPassword", "resetPassword", {options}), std::move(done));
 }
 
 void AccountManager::UpdateNickname(const std::string& nickname, MvCallback<void> done) {
-  CallSdk<void>(bridge(), QuietCall("UpdateNickname", "updateNickname", {JSValue(nickname)}), std::move(done));
+  CallSdk<void>(bridge().get(), QuietCall("UpdateNickname", "updateNickname", {JSValue(nickname)}), std::move(done));
 }
 
 }  // namespace morvanta

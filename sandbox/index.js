@@ -887,10 +887,20 @@ function createSdk(sandbox) {
   const globalHub = sandbox.hubs.get('global');
 
   return {
+    // A refused initialize rejects (an Error with the service's `code`), as
+    // the SDK's lifecycle calls do: hosts learn of the failure from the
+    // rejection, not from the resolved value.
     initialize(config) {
       return sandbox.answer('initialize', arguments, () => {
-        if (sandbox.initialized) throw refuse(Codes.ALREADY_INITIALIZED, 'SDK already initialized');
-        validateInitConfig(config, sandbox.settings);
+        try {
+          if (sandbox.initialized) throw refuse(Codes.ALREADY_INITIALIZED, 'SDK already initialized');
+          validateInitConfig(config, sandbox.settings);
+        } catch (e) {
+          if (!(e instanceof ServiceError)) throw e;
+          const failure = new Error(`${e.message} (code ${e.code})`);
+          failure.code = e.code;
+          throw failure;
+        }
         sandbox.initialized = true;
         sandbox.initConfig = cloneData(config);
         if (config.debug === true) sandbox.settings.verbose = true;

@@ -40,11 +40,10 @@ for exe in "${benches[@]}"; do
   # Run from bin/ so that the SDK beside the executable is found. The report
   # on standard error is copied into the text file as it goes.
   if ! (cd "$bin" && "./$name" --benchmark_out="$json" --benchmark_out_format=json "$@" \
-          >>"$log" 2> >(tee "$text" >&2)); then
+          2>&1 >>"$log") | tee "$text" >&2; then
     echo "run-bench: $name failed (see $log)" >&2
     status=1
   fi
-  wait
   echo "   results: $json" >&2
   echo "            $text" >&2
 done

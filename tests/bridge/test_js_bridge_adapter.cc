@@ -9,7 +9,6 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -76,11 +75,15 @@ JSResult Call(JSBridgeAdapter& adapter, const std::string& path, const std::vect
   return d->result;
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
-  return lines;
+// The diagnostic report expected for a state; an empty `bridge_state`
+// leaves out the bridge's own line, an empty `error` the error line.
+std::string Report(const std::string& status, const std::string& available,
+                   const std::string& bridge_state, const std::string& error = "") {
+  std::string r = "=== JSBridgeAdapter Initialization Report ===\nStatus: " + status +
+                  "\nJSBridge Available: " + available + "\n";
+  if (!bridge_state.empty()) r += "JSBridge Initialized: " + bridge_state + "\n";
+  if (!error.empty()) r += "Last Error: " + error + "\n";
+  return r + "==============================================";
 }
 
 void WriteFile(const std::string& path, const std::string& content) {
@@ -118,6 +121,7 @@ TEST_F(AdapterTest, TheDefaultPathLoadsTheSdkBesideTheExecutable) {
   JSResult r = RunJS(adapter, "typeof globalThis.morVantaMeeting + ',' + typeof globalThis.morVantaSandbox");
   ASSERT_TRUE(r.success) << r.error;
   EXPECT_EQ(r.value.stringValue, "object,object");
+  EXPECT_EQ(adapter.GetDiagnosticReport(), Report("✅ Initialized", "✅ Yes", "✅ Yes"));
 
   EXPECT_FALSE(adapter.Initialize(JSBridgeAdapterConfig{}));
   EXPECT_EQ(adapter.GetLastError(), "Already initialized");
@@ -134,12 +138,8 @@ TEST(Adapter, AMissingSdkFileFailsStartButLeavesTheBridgeForCleanup) {
   EXPECT_FALSE(adapter.Initialize(config));
   EXPECT_EQ(adapter.GetLastError(), "Failed to load SDK file: " + path);
   EXPECT_TRUE(adapter.IsInitialized());
-  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
-            (std::vector<std::string>{"=== JSBridgeAdapter Initialization Report ===",
-                                      "Status: ✅ Initialized", "JSBridge Available: ✅ Yes",
-                                      "JSBridge Initialized: ✅ Yes",
-                                      "Last Error: Failed to load SDK file: " + path,
-                                      "=============================================="}));
+  EXPECT_EQ(adapter.GetDiagnosticReport(),
+            Report("✅ Initialized", "✅ Yes", "✅ Yes", "Failed to load SDK file: " + path));
   // The bridge still runs scripts until it is cleaned up.
   JSResult r = RunJS(adapter, "6 * 7");
   ASSERT_TRUE(r.success) << r.error;
@@ -148,23 +148,7 @@ TEST(Adapter, AMissingSdkFileFailsStartButLeavesTheBridgeForCleanup) {
   EXPECT_FALSE(adapter.IsInitialized());
 }
 
-TEST_F(AdapterTest, SdkFilesThatFailToRunAreNotLoaded) {
-  TempDir dir;
-  ASSERT_FALSE(dir.path.empty());
-  const std::pair<const char*, const char*> files[] = {
-      {"throws.js", "throw new Error('broken sdk');"},
-      {"syntax.js", "function ( {"},
-  };
-  for (const auto& [name, content] : files) {
-    WriteFile(dir.path + "/" + name, content);
-    EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/" + name)) << name;
-  }
-  EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/absent.js"));
-  // None of them harms the adapter.
-  EXPECT_TRUE(RunJS(adapter, "1").success);
-}
-
-TEST_F(AdapterTest, BackslashesInTheSdkPathBecomeSlashesForRequire) {
+TEST_F(AdapterTest, SdkPathsOfOurOwnAreRequiredWithSlashes) {
   TempDir dir;
   ASSERT_FALSE(dir.path.empty());
   // The literal name exists so that the presence check passes; require must
@@ -176,6 +160,12 @@ TEST_F(AdapterTest, BackslashesInTheSdkPathBecomeSlashesForRequire) {
   JSResult r = RunJS(adapter, "globalThis.loadedFrom");
   ASSERT_TRUE(r.success) << r.error;
   EXPECT_EQ(r.value.stringValue, dir.path + "/a/b/probe.js");
+
+  // A file that throws, or is no file, is not loaded; the adapter serves on.
+  WriteFile(dir.path + "/throws.js", "throw new Error('broken sdk');");
+  EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/throws.js"));
+  EXPECT_FALSE(adapter.LoadSDKFile(dir.path + "/absent.js"));
+  EXPECT_TRUE(RunJS(adapter, "1").success);
 }
 
 TEST(AdapterSlow, AnSdkThatRunsPastFiveSecondsFailsToLoadAtTheLimit) {
@@ -256,10 +246,8 @@ TEST_F(AdapterCallTest, ResultsAndFailuresComeBackAsProductValues) {
   ASSERT_TRUE(r.success) << r.error;
   ASSERT_EQ(r.value.type, JSValueType::Array);
   ASSERT_EQ(r.value.arrayValue.size(), 4u);
-  EXPECT_EQ(r.value.arrayValue[0].type, JSValueType::Number);
   EXPECT_EQ(r.value.arrayValue[0].numberValue, 1.5);
   EXPECT_EQ(r.value.arrayValue[1].stringValue, "s");
-  ASSERT_EQ(r.value.arrayValue[2].type, JSValueType::Object);
   ASSERT_NE(r.value.arrayValue[2].Find("k"), nullptr);
   EXPECT_TRUE(r.value.arrayValue[2].Find("k")->boolValue);
   EXPECT_EQ(r.value.arrayValue[3].type, JSValueType::Null);
@@ -280,6 +268,9 @@ TEST(Adapter, CallsWithoutARunningBridgeFailAtOnceOnTheCaller) {
     if (started) {
       ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
       adapter.Cleanup();
+      EXPECT_EQ(adapter.GetDiagnosticReport(), Report("❌ Not Initialized", "❌ No", ""));
+    } else {
+      EXPECT_EQ(adapter.GetDiagnosticReport(), Report("❌ Not Initialized", "✅ Yes", "❌ No"));
     }
     for (bool call : {false, true}) {
       auto d = std::make_shared<Delivery>();
@@ -311,22 +302,6 @@ TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnce) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   EXPECT_EQ(d->Calls(), 1);
   adapter.Cleanup();  // a second clean-up has nothing to do
-}
-
-TEST(Adapter, DiagnosticReportFollowsTheState) {
-  const std::string head = "=== JSBridgeAdapter Initialization Report ===";
-  const std::string foot = "==============================================";
-  JSBridgeAdapter adapter;
-  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
-            (std::vector<std::string>{head, "Status: ❌ Not Initialized", "JSBridge Available: ✅ Yes",
-                                      "JSBridge Initialized: ❌ No", foot}));
-  ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
-  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
-            (std::vector<std::string>{head, "Status: ✅ Initialized", "JSBridge Available: ✅ Yes",
-                                      "JSBridge Initialized: ✅ Yes", foot}));
-  adapter.Cleanup();
-  EXPECT_EQ(Lines(adapter.GetDiagnosticReport()),
-            (std::vector<std::string>{head, "Status: ❌ Not Initialized", "JSBridge Available: ❌ No", foot}));
 }
 
 // ---- value mapping ---------------------------------------------------------------
@@ -376,39 +351,4 @@ TEST(AdapterValues, KindsMapBetweenTheTwoNumberings) {
   EXPECT_EQ(mapped.Find("cb")->type, JSValueType::Undefined);
   ASSERT_EQ(mapped.Find("list")->type, JSValueType::Array);
   EXPECT_EQ(mapped.Find("list")->arrayValue.at(0).type, JSValueType::Undefined);
-}
-
-TEST(AdapterValues, NestedValuesAndBytesCrossBothWays) {
-  static const uint8_t kBytes[] = {1, 2, 3, 255};
-  JSValue product = JSValue::Object();
-  product.Set("bin", JSValue::Binary(kBytes, sizeof(kBytes)))
-      .Set("list", JSValue::Array().Push(JSValue::Object().Set("deep", JSValue::Array().Push("x"))))
-      .Set("empty", JSValue::Binary(nullptr, 0));
-  jb::JSValue bridged = JSBridgeAdapter::ToBridgeValue(product);
-  ASSERT_EQ(bridged.type, jb::JSValueType::Object);
-  const jb::JSValue& bin = bridged.object_value.at("bin");
-  ASSERT_EQ(bin.type, jb::JSValueType::Buffer);
-  ASSERT_EQ(bin.buffer_value.size, sizeof(kBytes));
-  EXPECT_EQ(std::vector<uint8_t>(bin.buffer_value.data, bin.buffer_value.data + bin.buffer_value.size),
-            std::vector<uint8_t>(kBytes, kBytes + sizeof(kBytes)));
-  EXPECT_EQ(bridged.object_value.at("empty").buffer_value.size, 0u);
-  const jb::JSValue& deep = bridged.object_value.at("list").array_value.at(0).object_value.at("deep");
-  ASSERT_EQ(deep.type, jb::JSValueType::Array);
-  EXPECT_EQ(deep.array_value.at(0).string_value, "x");
-
-  JSValue back = JSBridgeAdapter::FromBridgeValue(bridged);
-  ASSERT_EQ(back.type, JSValueType::Object);
-  EXPECT_EQ(back.Find("bin")->binaryValue, std::vector<uint8_t>(kBytes, kBytes + sizeof(kBytes)));
-  EXPECT_TRUE(back.Find("empty")->IsBinary());
-  EXPECT_TRUE(back.Find("empty")->binaryValue.empty());
-  EXPECT_EQ(back.Find("list")->arrayValue.at(0).Find("deep")->arrayValue.at(0).stringValue, "x");
-
-  // Bytes coming from the bridge are copied: the product value owns them.
-  std::vector<uint8_t> source = {7, 8};
-  jb::JSValue view(jb::JSValueType::Buffer);
-  view.buffer_value.data = source.data();
-  view.buffer_value.size = source.size();
-  JSValue owned = JSBridgeAdapter::FromBridgeValue(view);
-  source[0] = 99;
-  EXPECT_EQ(owned.binaryValue, (std::vector<uint8_t>{7, 8}));
 }

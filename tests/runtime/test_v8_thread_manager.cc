@@ -5,10 +5,8 @@
 #include <v8.h>
 
 #include <atomic>
-#include <condition_variable>
-#include <functional>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 
@@ -40,34 +38,6 @@ void OnOtherThread(F f) {
   std::thread t(f);
   t.join();
 }
-
-// A thread that runs one job when told to, then ends.
-class Helper {
- public:
-  Helper() : thread_([this] {
-    std::unique_lock<std::mutex> lock(mutex_);
-    cv_.wait(lock, [&] { return job_ != nullptr; });
-    job_();
-  }) {}
-  ~Helper() {
-    if (thread_.joinable()) RunAndJoin([] {});
-  }
-  std::thread::id id() const { return thread_.get_id(); }
-  void RunAndJoin(std::function<void()> job) {
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      job_ = std::move(job);
-    }
-    cv_.notify_all();
-    thread_.join();
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable cv_;
-  std::function<void()> job_;
-  std::thread thread_;
-};
 
 class ThreadManagerTest : public ::testing::Test {
  protected:
@@ -120,12 +90,10 @@ TEST_F(ThreadManagerTest, OwnershipMovesThroughTheStates) {
 TEST_F(ThreadManagerTest, ShutdownIsFinalAndHappensOnce) {
   // A manager of its own over the same isolate, so that the runtime's stays intact.
   V8ThreadManager own;
-  EXPECT_EQ(StateOf(own), 0);
-  EXPECT_FALSE(own.IsValid());
-  EXPECT_FALSE(own.IsCurrentThreadOwner());
-  EXPECT_EQ(own.AcquireLock(), nullptr);
   EXPECT_FALSE(own.Initialize(nullptr, std::this_thread::get_id()));
   EXPECT_EQ(StateOf(own), 0);
+  EXPECT_FALSE(own.IsCurrentThreadOwner());
+  EXPECT_EQ(own.AcquireLock(), nullptr);
 
   ASSERT_TRUE(own.Initialize(rt.GetIsolate(), std::this_thread::get_id()));
   ASSERT_EQ(own.AcquireLock(), rt.GetIsolate());
@@ -172,20 +140,14 @@ TEST_F(ThreadManagerTest, TheAccessorRunsOperationsOnlyOnTheOwnerWithTheIsolateE
   // On the owner it runs with the lock held and the isolate entered, and
   // afterwards neither remains.
   EXPECT_TRUE(accessor.IsValid());
-  bool entered = false, locked = false, active = false;
-  v8::Isolate* given = nullptr;
+  bool inside = false;
   value = accessor.ExecuteWithLock([&](v8::Isolate* iso) {
-    given = iso;
-    entered = v8::Isolate::GetCurrent() == iso;
-    locked = v8::Locker::IsLocked(iso);
-    active = manager->IsLockerActive();
+    inside = iso == isolate && v8::Isolate::GetCurrent() == iso && v8::Locker::IsLocked(iso) &&
+             manager->IsLockerActive();
     return 7;
   });
   EXPECT_EQ(value, 7);
-  EXPECT_EQ(given, isolate);
-  EXPECT_TRUE(entered);
-  EXPECT_TRUE(locked);
-  EXPECT_TRUE(active);
+  EXPECT_TRUE(inside);
   EXPECT_FALSE(manager->IsLockerActive());
   EXPECT_EQ(v8::Isolate::GetCurrent(), nullptr);
 
@@ -201,8 +163,18 @@ TEST_F(ThreadManagerTest, TheNewOwnerStartsFreeAndTheOldOneIsRefused) {
   ASSERT_EQ(manager->AcquireLock(), rt.GetIsolate());
   ASSERT_TRUE(manager->IsLockerActive());
 
-  Helper helper;
-  ASSERT_TRUE(manager->TransferOwnership(helper.id()));
+  // A thread that waits for ownership before it touches V8.
+  std::promise<void> go;
+  int there = 0;
+  bool entered = false;
+  std::thread owner([&, ready = go.get_future()] {
+    ready.wait();
+    there = accessor.ExecuteWithLock([&](v8::Isolate* iso) {
+      entered = v8::Isolate::GetCurrent() == iso && v8::Locker::IsLocked(iso);
+      return 5;
+    });
+  });
+  EXPECT_TRUE(manager->TransferOwnership(owner.get_id()));
   EXPECT_FALSE(manager->IsLockerActive());  // given up for the new owner
 
   bool ran_here = false;
@@ -210,14 +182,8 @@ TEST_F(ThreadManagerTest, TheNewOwnerStartsFreeAndTheOldOneIsRefused) {
   EXPECT_FALSE(ran_here);
 
   // The new owner can lock the isolate (it would block if the old locker lived).
-  int there = 0;
-  bool entered = false;
-  helper.RunAndJoin([&] {
-    there = accessor.ExecuteWithLock([&](v8::Isolate* iso) {
-      entered = v8::Isolate::GetCurrent() == iso && v8::Locker::IsLocked(iso);
-      return 5;
-    });
-  });
+  go.set_value();
+  owner.join();
   EXPECT_EQ(there, 5);
   EXPECT_TRUE(entered);
   EXPECT_FALSE(manager->IsLockerActive());

@@ -1,0 +1,62 @@
+// C records of the meeting's members and of the waiting room.
+#include "capi/c_records.h"
+
+namespace morvanta {
+namespace capi {
+namespace {
+
+int32_t Flag(bool value) { return value ? 1 : 0; }
+
+bool FillMember(MorvantaMember& out, const MvMember& in) {
+  FieldCopier copy;
+  out.uuid = copy.Text(in.uuid);
+  out.name = copy.Text(in.name);
+  out.is_host = Flag(in.role == MvMemberRole::Host);
+  out.is_evaluator = Flag(in.role == MvMemberRole::Evaluator);
+  out.is_audio_on = Flag(in.isAudioOn);
+  out.is_video_on = Flag(in.isVideoOn);
+  out.is_sharing_screen = Flag(in.isSharingScreen);
+  out.is_hands_up = Flag(in.isHandsUp.value_or(false));
+  return copy.ok();
+}
+
+bool FillWaitingRoomMember(MorvantaWaitingRoomMember& out, const MvWaitingRoomMember& in) {
+  FieldCopier copy;
+  out.uuid = copy.Text(in.uuid);
+  out.name = copy.Text(in.name);
+  out.avatar = copy.Optional(in.avatar);
+  out.join_time = in.joinTime;
+  out.status = in.status;
+  return copy.ok();
+}
+
+}  // namespace
+
+MorvantaMember* BuildMemberList(const std::vector<MvMember>& members, bool& ok) {
+  return BuildList(members, ok, FillMember, Morvanta_FreeMemberList);
+}
+
+MorvantaWaitingRoomMember* BuildWaitingRoomMemberList(const std::vector<MvWaitingRoomMember>& members, bool& ok) {
+  return BuildList(members, ok, FillWaitingRoomMember, Morvanta_FreeWaitingRoomMemberList);
+}
+
+void ClearMember(MorvantaMember& member) { FreeFields({&member.uuid, &member.name}); }
+
+void ClearWaitingRoomMember(MorvantaWaitingRoomMember& member) {
+  FreeFields({&member.uuid, &member.name, &member.avatar});
+}
+
+}  // namespace capi
+}  // namespace morvanta
+
+extern "C" {
+
+MORVANTA_API void Morvanta_FreeMemberList(MorvantaMember* members, uint32_t count) {
+  morvanta::capi::FreeArray(members, count, morvanta::capi::ClearMember);
+}
+
+MORVANTA_API void Morvanta_FreeWaitingRoomMemberList(MorvantaWaitingRoomMember* members, int32_t count) {
+  morvanta::capi::FreeArray(members, count, morvanta::capi::ClearWaitingRoomMember);
+}
+
+}  // extern "C"

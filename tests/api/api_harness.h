@@ -1,0 +1,75 @@
+// Drives the public C interface from tests: an initialised library and
+// waiting slots for callbacks, which count their calls.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstring>
+#include <vector>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "morvanta.h"
+
+namespace morvanta_test {
+
+inline MorvantaInitConfig SandboxConfig() {
+  MorvantaInitConfig c{};
+  c.app_key = "test-app-key-0001";
+  c.log_path = "/tmp";
+  c.use_asset_server_config = -1;
+  c.debug = -1;
+  return c;
+}
+
+// Collects callback calls; heap-allocated and shared so a late call is safe.
+struct Slot {
+  std::mutex mutex;
+  std::condition_variable cv;
+  int calls = 0;
+  int code = 12345;
+  std::string message;
+  bool message_null = false;
+  MorvantaAccountInfo* account = nullptr;
+
+  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return cv.wait_for(lock, limit, [&] { return calls > 0; });
+  }
+  void Record(int c, const char* m) {
+    std::lock_guard<std::mutex> lock(mutex);
+    ++calls;
+    code = c;
+    message_null = m == nullptr;
+    message = m ? m : "";
+    cv.notify_all();
+  }
+
+  static void OnPlain(int code, const char* message, void* user_data) {
+    static_cast<Slot*>(user_data)->Record(code, message);
+  }
+  static void OnAccount(int code, const char* message, MorvantaAccountInfo* info, void* user_data) {
+    auto* slot = static_cast<Slot*>(user_data);
+    {
+      std::lock_guard<std::mutex> lock(slot->mutex);
+      slot->account = info;
+    }
+    slot->Record(code, message);
+  }
+};
+
+class InitializedLibrary : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    MorvantaInitConfig config = SandboxConfig();
+    ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
+    ASSERT_NE(sdk, nullptr);
+  }
+  void TearDown() override { EXPECT_EQ(Morvanta_Uninitialize(), 0); }
+  MorvantaSDK_T* sdk = nullptr;
+};
+
+}  // namespace morvanta_test

@@ -1,0 +1,9 @@
+/* Compiled as strict C99 by the build: the public header must stay valid C. */
+#include "morvanta.h"
+
+int morvanta_header_check(void) {
+  MorvantaInitConfig config = {0};
+  MorvantaCallback plain = 0;
+  (void)plain;
+  return config.debug + (int)sizeof(MorvantaAccountInfo);
+}
