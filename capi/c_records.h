@@ -106,6 +106,9 @@ class FieldCopier {
   bool ok_ = true;
 };
 
+// A plain bool as a 0/1 flag of a C record.
+inline int32_t Flag01(bool value) { return value ? 1 : 0; }
+
 // Frees and clears string fields.
 inline void FreeFields(std::initializer_list<char**> fields) {
   for (char** field : fields) FreeField(*field);

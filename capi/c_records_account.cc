@@ -32,24 +32,19 @@ MorvantaAccountInfo* BuildAccountInfo(const MvAccountInfo& info) {
   return out;
 }
 
+namespace {
+
+bool FillDevice(MorvantaDeviceInfo& out, const MvDeviceBaseInfo& in) {
+  FieldCopier copy;
+  out.device_id = copy.Text(in.deviceId);
+  out.device_name = copy.Text(in.deviceName);
+  return copy.ok();
+}
+
+}  // namespace
+
 MorvantaDeviceInfo* BuildDeviceList(const std::vector<MvDeviceBaseInfo>& devices, bool& ok) {
-  ok = true;
-  if (devices.empty()) return nullptr;
-  MorvantaDeviceInfo* out = NewArray<MorvantaDeviceInfo>(devices.size());
-  if (!out) {
-    ok = false;
-    return nullptr;
-  }
-  for (size_t i = 0; i < devices.size(); ++i) {
-    out[i].device_id = DupString(devices[i].deviceId);
-    out[i].device_name = DupString(devices[i].deviceName);
-    if (!out[i].device_id || !out[i].device_name) {
-      Morvanta_FreeDeviceList(out, static_cast<uint32_t>(devices.size()));
-      ok = false;
-      return nullptr;
-    }
-  }
-  return out;
+  return BuildList(devices, ok, FillDevice, Morvanta_FreeDeviceList);
 }
 
 }  // namespace capi

@@ -23,7 +23,7 @@ MorvantaChatMessageAttach* CopyAttach(FieldCopier& copy, const std::optional<MvC
   out->msg_id = copy.NonEmpty(in->msgId);
   out->msg_time = in->msgTime;
   out->id = in->id;
-  out->operator_ = in->operator_.empty() ? nullptr : strdup(in->operator_.c_str());
+  out->operator_ = copy.NonEmpty(in->operator_);
   return out;
 }
 

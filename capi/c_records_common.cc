@@ -11,7 +11,7 @@ char* FieldCopier::Text(const std::string& text) { return Check(ok_ ? DupString(
 
 char* FieldCopier::Optional(const std::optional<std::string>& text) { return text ? Text(*text) : nullptr; }
 
-char* FieldCopier::NonEmpty(const std::string& text) { return text.empty() ? nullptr : (ok_ ? DupString(text) : nullptr); }
+char* FieldCopier::NonEmpty(const std::string& text) { return text.empty() ? nullptr : Text(text); }
 
 char* FieldCopier::NonEmpty(const std::optional<std::string>& text) {
   return text ? NonEmpty(*text) : nullptr;

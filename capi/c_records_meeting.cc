@@ -6,8 +6,6 @@ namespace morvanta {
 namespace capi {
 namespace {
 
-int32_t Flag(bool value) { return value ? 1 : 0; }
-
 bool FillScheduledMember(MorvantaScheduledMember& out, const MvScheduledMember& in) {
   FieldCopier copy;
   out.user_uuid = copy.Text(in.userUuid);
@@ -50,7 +48,7 @@ bool FillMeetingInfo(MorvantaMeetingInfo& out, const MvMeetingInfo& in) {
   }
   out.no_cloud_record = TriState32(in.noCloudRecord);
   out.no_chat = TriState32(in.noChat);
-  out.enable_waiting_room = Flag(in.enableWaitingRoom);
+  out.enable_waiting_room = Flag01(in.enableWaitingRoom);
   return copy.ok();
 }
 
@@ -67,8 +65,8 @@ bool FillMeetingSDKInfo(MorvantaMeetingSDKInfo& out, const MvMeetingSDKInfo& in)
   out.owner_user_uuid = copy.Text(in.ownerUserUuid);
   out.room_archive_id = copy.Text(in.roomArchiveId);
   out.meeting_num = copy.Text(in.meetingNum);
-  out.is_support_chatroom = Flag(in.isSupportChatroom);
-  out.is_cloud_recording = Flag(in.isCloudRecording);
+  out.is_support_chatroom = Flag01(in.isSupportChatroom);
+  out.is_cloud_recording = Flag01(in.isCloudRecording);
   out.start_time = in.startTime;
   out.end_time = in.endTime;
   out.type = in.type;

@@ -5,18 +5,16 @@ namespace morvanta {
 namespace capi {
 namespace {
 
-int32_t Flag(bool value) { return value ? 1 : 0; }
-
 bool FillMember(MorvantaMember& out, const MvMember& in) {
   FieldCopier copy;
   out.uuid = copy.Text(in.uuid);
   out.name = copy.Text(in.name);
-  out.is_host = Flag(in.role == MvMemberRole::Host);
-  out.is_evaluator = Flag(in.role == MvMemberRole::Evaluator);
-  out.is_audio_on = Flag(in.isAudioOn);
-  out.is_video_on = Flag(in.isVideoOn);
-  out.is_sharing_screen = Flag(in.isSharingScreen);
-  out.is_hands_up = Flag(in.isHandsUp.value_or(false));
+  out.is_host = Flag01(in.role == MvMemberRole::Host);
+  out.is_evaluator = Flag01(in.role == MvMemberRole::Evaluator);
+  out.is_audio_on = Flag01(in.isAudioOn);
+  out.is_video_on = Flag01(in.isVideoOn);
+  out.is_sharing_screen = Flag01(in.isSharingScreen);
+  out.is_hands_up = Flag01(in.isHandsUp.value_or(false));
   return copy.ok();
 }
 

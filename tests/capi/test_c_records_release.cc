@@ -4,7 +4,6 @@
 // functions, and the clearing of fields that makes a second pass harmless.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 
 #include "c_records_fixtures.h"
 
@@ -28,7 +27,8 @@ TEST(CRecordAllocationFailure, EveryAllocationOfEveryBuilderFailsCleanly) {
     int allocations;  // of one successful build
   } rows[] = {
       {"account", RecordAttempt(BuildAccountInfo, Morvanta_FreeAccountInfo, account), 1 + 10},
-      {"devices", ListAttempt(BuildDeviceList, Morvanta_FreeDeviceList, std::vector<MvDeviceBaseInfo>{{"i", "n", true}}),
+      {"devices",
+       ListAttempt(BuildDeviceList, Morvanta_FreeDeviceList, std::vector<MvDeviceBaseInfo>{{"i", "n", true}}),
        1 + 2},
       {"permission", RecordAttempt(BuildChatroomPermission, Morvanta_FreeChatroomPermission,
                                    MvChatroomPermission{"a", "b"}),
@@ -56,7 +56,8 @@ TEST(CRecordAllocationFailure, EveryAllocationOfEveryBuilderFailsCleanly) {
       // The record, its local member (record and three strings), five
       // strings and the schedule (array and two strings each for two members).
       {"meeting", RecordAttempt(BuildMeetingInfo, Morvanta_FreePreMeetingInfo, FullMeeting("1")), 1 + 4 + 5 + 5},
-      {"meetings", ListAttempt(BuildMeetingList, Morvanta_FreeMeetingList, std::vector{FullMeeting("1"), FullMeeting("2")}),
+      {"meetings",
+       ListAttempt(BuildMeetingList, Morvanta_FreeMeetingList, std::vector{FullMeeting("1"), FullMeeting("2")}),
        1 + 2 * (4 + 5 + 5)},
       {"meeting sdk info", RecordAttempt(BuildMeetingSDKInfo, Morvanta_FreeMeetingInfo, FullMeetingSDKInfo()), 1 + 11},
       // The record, 17 strings, the receiver list (array and three), the
@@ -148,10 +149,25 @@ TEST(CRecordRelease, OtherListsBelowACountOfOneFreeTheArrayAlone) {
 // Clearing a record's contents leaves NULL and zero counts behind, so a
 // stale second release over the same fields frees nothing twice (the
 // sanitizer run turns any field left behind into a double free).
+template <typename C, typename Native>
+C* BuildAndClear(C* (*build)(const Native&), void (*clear)(C&), const Native& native) {
+  C* record = build(native);
+  if (record) clear(*record);
+  return record;
+}
+
+// The same for the first element of a one-element list.
+template <typename C, typename Native>
+C* BuildAndClearFirst(C* (*build)(const std::vector<Native>&, bool&), void (*clear)(C&), const Native& native) {
+  bool ok = false;
+  C* list = build({native}, ok);
+  if (list) clear(list[0]);
+  return list;
+}
+
 TEST(CRecordRelease, ClearedRecordsSurviveASecondPass) {
-  MorvantaChatMessage* message = BuildChatMessage(FullChatMessage());
+  MorvantaChatMessage* message = BuildAndClear(BuildChatMessage, ClearChatMessage, FullChatMessage());
   ASSERT_NE(message, nullptr);
-  ClearChatMessage(*message);
   EXPECT_EQ(message->attach, nullptr);
   EXPECT_EQ(message->file, nullptr);
   EXPECT_EQ(message->to_user_uuid_list, nullptr);
@@ -159,51 +175,47 @@ TEST(CRecordRelease, ClearedRecordsSurviveASecondPass) {
   EXPECT_EQ(message->loaded, nullptr);
   Morvanta_FreeChatMessage(message);
 
-  MorvantaMeetingInfo* meeting = BuildMeetingInfo(FullMeeting("1"));
+  MorvantaMeetingInfo* meeting = BuildAndClear(BuildMeetingInfo, ClearMeetingInfo, FullMeeting("1"));
   ASSERT_NE(meeting, nullptr);
-  ClearMeetingInfo(*meeting);
   EXPECT_EQ(meeting->local_member, nullptr);
   EXPECT_EQ(meeting->scheduled_members, nullptr);
   EXPECT_EQ(meeting->scheduled_member_count, 0);
   EXPECT_EQ(meeting->owner_nickname, nullptr);
   Morvanta_FreePreMeetingInfo(meeting);
 
-  MorvantaMeetingSDKInfo* info = BuildMeetingSDKInfo(FullMeetingSDKInfo());
+  MorvantaMeetingSDKInfo* info = BuildAndClear(BuildMeetingSDKInfo, ClearMeetingSDKInfo, FullMeetingSDKInfo());
   ASSERT_NE(info, nullptr);
-  ClearMeetingSDKInfo(*info);
   EXPECT_EQ(info->meeting_num, nullptr);
   Morvanta_FreeMeetingInfo(info);
 
-  MorvantaChatroomPermission* permission = BuildChatroomPermission({"a", "b"});
+  MorvantaChatroomPermission* permission =
+      BuildAndClear(BuildChatroomPermission, ClearChatroomPermission, MvChatroomPermission{"a", "b"});
   ASSERT_NE(permission, nullptr);
-  ClearChatroomPermission(*permission);
   EXPECT_EQ(permission->wt_pr_chat, nullptr);
   Morvanta_FreeChatroomPermission(permission);
 
-  bool ok = false;
-  MorvantaScreenCaptureSource* sources = BuildScreenCaptureSourceList({FullSource("1")}, ok);
-  ASSERT_TRUE(ok);
-  ClearScreenCaptureSource(sources[0]);
+  MorvantaScreenCaptureSource* sources =
+      BuildAndClearFirst(BuildScreenCaptureSourceList, ClearScreenCaptureSource, FullSource("1"));
+  ASSERT_NE(sources, nullptr);
   EXPECT_EQ(sources[0].thumbnail.data, nullptr);
   EXPECT_EQ(sources[0].thumbnail.size, 0u);
   EXPECT_EQ(sources[0].app_name, nullptr);
   Morvanta_FreeScreenCaptureSourceList(sources, 1);
 
-  MorvantaSearchAccountInfo* accounts = BuildSearchAccountList({FullAccount("1")}, ok);
-  ASSERT_TRUE(ok);
-  ClearSearchAccountInfo(accounts[0]);
+  MorvantaSearchAccountInfo* accounts =
+      BuildAndClearFirst(BuildSearchAccountList, ClearSearchAccountInfo, FullAccount("1"));
+  ASSERT_NE(accounts, nullptr);
   EXPECT_EQ(accounts[0].dept, nullptr);
   Morvanta_FreeAccountList(accounts, 1);
 
-  MorvantaMember* members = BuildMemberList({FullMember("1", MvMemberRole::Host)}, ok);
-  ASSERT_TRUE(ok);
-  ClearMember(members[0]);
+  MorvantaMember* members = BuildAndClearFirst(BuildMemberList, ClearMember, FullMember("1", MvMemberRole::Host));
+  ASSERT_NE(members, nullptr);
   EXPECT_EQ(members[0].name, nullptr);
   Morvanta_FreeMemberList(members, 1);
 
-  MorvantaWaitingRoomMember* waiting = BuildWaitingRoomMemberList({FullWaiting("1")}, ok);
-  ASSERT_TRUE(ok);
-  ClearWaitingRoomMember(waiting[0]);
+  MorvantaWaitingRoomMember* waiting =
+      BuildAndClearFirst(BuildWaitingRoomMemberList, ClearWaitingRoomMember, FullWaiting("1"));
+  ASSERT_NE(waiting, nullptr);
   EXPECT_EQ(waiting[0].avatar, nullptr);
   Morvanta_FreeWaitingRoomMemberList(waiting, 1);
 }
