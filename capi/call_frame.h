@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
+#include <cstdint>
 
 #include "core/mv_result.h"
 #include "runtime/log.h"
@@ -61,6 +63,57 @@ std::function<void(const MvResult<T>&)> RecordAdapter(CCallback callback, void* 
       }
     }
     callback(r.code, Message(r.message), record, user_data);
+  };
+}
+
+// String family: a copied string on success ("Failed to allocate string" and
+// -9 when the copy fails), NULL otherwise. Release with Morvanta_FreeString.
+template <typename CCallback>
+std::function<void(const MvResult<std::string>&)> StringAdapter(CCallback callback, void* user_data,
+                                                                char* (*copy)(const std::string&)) {
+  if (!callback) return nullptr;
+  return [callback, user_data, copy](const MvResult<std::string>& r) {
+    char* value = nullptr;
+    if (r.code == 0 && r.data) {
+      value = copy(*r.data);
+      if (!value) {
+        callback(-9, "Failed to allocate string", nullptr, user_data);
+        return;
+      }
+    }
+    callback(r.code, Message(r.message), value, user_data);
+  };
+}
+
+// Integer family: the value only for a success holding a non-negative number.
+template <typename CCallback>
+std::function<void(const MvResult<int>&)> IntegerAdapter(CCallback callback, void* user_data) {
+  if (!callback) return nullptr;
+  return [callback, user_data](const MvResult<int>& r) {
+    uint32_t value = (r.code == 0 && r.data && *r.data >= 0) ? static_cast<uint32_t>(*r.data) : 0u;
+    callback(r.code, Message(r.message), value, user_data);
+  };
+}
+
+// List family: `build` makes the C array (null with `ok` true for an empty
+// list); a failed build is -9 with `fail_text`, a NULL array and a count of 0.
+template <typename T, typename CItem, typename Count, typename CCallback>
+std::function<void(const MvResult<std::vector<T>>&)> ListAdapter(CCallback callback, void* user_data,
+                                                                  CItem* (*build)(const std::vector<T>&, bool&),
+                                                                  const char* fail_text) {
+  if (!callback) return nullptr;
+  return [callback, user_data, build, fail_text](const MvResult<std::vector<T>>& r) {
+    if (r.code != 0 || !r.data) {
+      callback(r.code, Message(r.message), nullptr, Count(0), user_data);
+      return;
+    }
+    bool ok = true;
+    CItem* items = build(*r.data, ok);
+    if (!ok) {
+      callback(-9, fail_text, nullptr, Count(0), user_data);
+      return;
+    }
+    callback(r.code, Message(r.message), items, static_cast<Count>(items ? r.data->size() : 0), user_data);
   };
 }
 

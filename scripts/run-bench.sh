@@ -6,6 +6,8 @@
 #
 #   scripts/run-bench.sh [build-dir] [extra Google Benchmark flags...]
 #   e.g. scripts/run-bench.sh build --benchmark_filter=RoundTrip
+#
+# A full run logs a few hundred megabytes; BENCH_LOG=/dev/null drops the log.
 set -euo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
@@ -13,7 +15,7 @@ build="${1:-build}"
 shift || true
 case "$build" in /*) ;; *) build="$root/$build" ;; esac
 bin="$build/bin"
-log="$build/bench.log"
+log="${BENCH_LOG:-$build/bench.log}"
 results="$root/bench-results"
 
 if [ ! -f "$bin/index.js" ]; then
@@ -29,7 +31,7 @@ fi
 
 mkdir -p "$results"
 stamp="$(date +%Y%m%d-%H%M%S)"
-: >"$log"
+[ -f "$log" ] && : >"$log"
 status=0
 for exe in "${benches[@]}"; do
   [ -x "$exe" ] || continue
