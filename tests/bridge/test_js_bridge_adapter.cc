@@ -290,6 +290,12 @@ TEST(Adapter, CallsWithoutARunningBridgeFailAtOnceOnTheCaller) {
 TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnce) {
   JSBridgeAdapter adapter;
   ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  // A script the bridge refuses at once is answered once and counted no more.
+  auto refused = std::make_shared<Delivery>();
+  adapter.ExecuteJS("", Catch(refused));
+  ASSERT_EQ(refused->Calls(), 1);
+  EXPECT_EQ(refused->result.error, "Empty JavaScript code provided");
+
   auto d = std::make_shared<Delivery>();
   adapter.ExecuteJS("new Promise(r => setTimeout(() => r('settled'), 300))", Catch(d));
   adapter.Cleanup();
@@ -302,6 +308,12 @@ TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnce) {
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   EXPECT_EQ(d->Calls(), 1);
   adapter.Cleanup();  // a second clean-up has nothing to do
+
+  // The adapter can be started again: it makes a new bridge.
+  ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
+  JSResult r = RunJS(adapter, "typeof globalThis.morVantaMeeting");
+  ASSERT_TRUE(r.success) << r.error;
+  EXPECT_EQ(r.value.stringValue, "object");
 }
 
 // ---- value mapping ---------------------------------------------------------------

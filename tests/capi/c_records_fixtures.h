@@ -1,5 +1,5 @@
-// Native records for the C record tests: a full one of each kind (every
-// optional engaged, every string distinct) and the sweep that makes each
+// Native records for the C record tests (full ones: every optional engaged,
+// every string distinct), compact field checks, and the sweep that makes each
 // allocation of a builder fail in turn.
 #pragma once
 
@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "capi/c_alloc.h"
@@ -33,101 +34,56 @@ inline MvMember FullMember(const std::string& id, MvMemberRole role) {
   m.uuid = "muuid-" + id;
   m.name = "mname-" + id;
   m.role = role;
-  m.isAudioOn = true;
-  m.isSharingScreen = true;
+  m.isAudioOn = m.isSharingScreen = true;
   m.isHandsUp = true;
   return m;
 }
 
 inline MvScreenCaptureSource FullSource(const std::string& id) {
-  MvScreenCaptureSource s;
-  s.sourceId = 4200000000017;
-  s.sourceName = "screen-" + id;
-  s.sourceType = 1;
-  s.title = "title-" + id;
-  s.processPath = "/opt/" + id;
-  s.primaryMonitor = false;
-  s.icon = MvScreenCaptureImage{16, 8, {1, 2, 3, 0, 255}};
-  s.thumbImage = MvScreenCaptureImage{320, 200, std::vector<uint8_t>(64, 7)};
-  return s;
+  return {4200000000017, "screen-" + id, 1, "title-" + id, "/opt/" + id, false,
+          MvScreenCaptureImage{16, 8, {1, 2, 3, 0, 255}}, MvScreenCaptureImage{320, 200, std::vector<uint8_t>(64, 7)}};
 }
 
+// Two scheduled members, the second with a role that has no text.
 inline MvMeetingInfo FullMeeting(const std::string& id) {
-  MvMeetingInfo m;
-  m.meetingId = 9007199254740991;
-  m.meetingNum = "num-" + id;
-  m.roomUuid = "room-" + id;
-  m.state = 3;
-  m.startTime = 1700000000000;
-  m.endTime = 1700003600000;
-  m.subject = "subject-" + id;
-  m.ownerUserUuid = "owner-" + id;
-  m.ownerNickname = "ownernick-" + id;
-  m.enableWaitingRoom = true;
-  m.localMember = MvLocalMember{"local-" + id, "localname-" + id, MvMemberRole::Supervise};
-  m.scheduledMembers = std::vector<MvScheduledMember>{Scheduled(id + "a", MvMemberRole::Bidder),
-                                                      Scheduled(id + "b", static_cast<MvMemberRole>(9))};
-  m.noCloudRecord = true;
-  m.noChat = false;
-  return m;
+  return {9007199254740991, "num-" + id, "room-" + id, 3, 1700000000000, 1700003600000, "subject-" + id,
+          "owner-" + id, "ownernick-" + id, true,
+          MvLocalMember{"local-" + id, "localname-" + id, MvMemberRole::Supervise},
+          std::vector<MvScheduledMember>{Scheduled(id + "a", MvMemberRole::Bidder),
+                                         Scheduled(id + "b", static_cast<MvMemberRole>(9))},
+          true, false};
 }
 
 inline MvMeetingSDKInfo FullMeetingSDKInfo() {
-  MvMeetingSDKInfo i;
-  i.userUuid = "u";
-  i.name = "n";
-  i.role = MvMemberRole::Evaluator;
-  i.myUuid = "my";
-  i.hostUuid = "hu";
-  i.hostName = "hn";
-  i.activeSpeakerUuid = "as";
-  i.subject = "sj";
-  i.ownerUserUuid = "ow";
-  i.roomArchiveId = "ra";
-  i.meetingNum = "mn";
-  i.isSupportChatroom = true;
-  i.startTime = 11;
-  i.endTime = 22;
-  i.type = 5;
-  i.rtcStartTime = 33;
-  i.joinMeetingTime = 44;
-  i.meetingId = 55;
-  i.isWaitingRoomEnabled = true;
-  i.inWaitingRoom = false;
-  i.maxMembers = 300;
-  i.isBreakoutRoom = true;
-  return i;
+  return {"u",  "n",  MvMemberRole::Evaluator, "my", "hu", "hn", "as", "sj", "ow", "ra", "mn", true, false, 11, 22, 5,
+          33, 44, 55, true, false, 300, true};
 }
 
 inline MvChatMessage FullChatMessage() {
-  MvChatMessage m;
-  m.messageUuid = "mid";
-  m.fromClientType = "pc";
-  m.fromUserUuid = "fu";
-  m.fromNick = "fn";
-  m.fromAvatar = "fa";
-  m.messageType = kMvChatMessageFile;
-  m.text = "hello";
-  m.type = "file";
-  m.status = "sent";
-  m.toUserUuidList = std::vector<std::string>{"to1", "", "to3"};
-  m.toNickname = "tn";
-  m.time = 1700000000999;
-  m.idClient = "ic";
-  m.from = "fr";
-  m.isMe = true;
-  m.resend = false;
-  m.isPrivate = true;
-  m.chatroomType = 2;
-  m.attach = MvChatMessageAttach{"af", "afn", "at", {"x", "y"}, {"xn"}, "au", "an", "am", 77, 8, "op"};
-  m.file = MvChatMessageFile{"doc", "pdf", 5000000000ULL, "fu", "/tmp/doc.pdf", 640, 480};
-  m.custom = "cu";
-  m.tempFile = "tf";
-  m.total = "100";
-  m.loaded = "50";
-  m.percentage = 0.5;
-  m.percentageText = "50%";
-  return m;
+  return {"mid", "pc", "fu", "fn", "fa", kMvChatMessageFile, "hello", "file", "sent",
+          std::vector<std::string>{"to1", "", "to3"}, "tn", 1700000000999, "ic", "fr", true, false, true, 2,
+          MvChatMessageAttach{"af", "afn", "at", {"x", "y"}, {"xn"}, "au", "an", "am", 77, 8, "op"},
+          MvChatMessageFile{"doc", "pdf", 5000000000ULL, "fu", "/tmp/doc.pdf", 640, 480},
+          "cu", "tf", "100", "50", 0.5, "50%"};
+}
+
+// Field checks: a C value beside its expected value; an expected NULL text
+// means the field must be NULL.
+using Texts = std::vector<std::pair<const char*, const char*>>;
+using Numbers = std::vector<std::pair<int64_t, int64_t>>;
+
+inline void ExpectTexts(const Texts& rows) {
+  for (size_t i = 0; i < rows.size(); ++i) {
+    if (rows[i].second) {
+      EXPECT_STREQ(rows[i].first, rows[i].second) << "text " << i;
+    } else {
+      EXPECT_EQ(rows[i].first, nullptr) << "text " << i;
+    }
+  }
+}
+
+inline void ExpectNumbers(const Numbers& rows) {
+  for (size_t i = 0; i < rows.size(); ++i) EXPECT_EQ(rows[i].first, rows[i].second) << "number " << i;
 }
 
 // Builds once and releases what was built; false when the builder failed.

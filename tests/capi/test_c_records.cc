@@ -13,13 +13,9 @@ using namespace crecords_test;
 using namespace morvanta::capi;
 
 TEST(CRecordTexts, RolesAndMessageKinds) {
-  const struct {
-    int32_t value;
-    const char* role;
-  } roles[] = {{0, "host"}, {1, "evaluator"}, {2, "bidder"}, {3, "supervise"}, {4, "host"}, {-1, "host"}};
-  for (const auto& row : roles) {
-    EXPECT_STREQ(RoleText(static_cast<MvMemberRole>(row.value)), row.role) << row.value;
-  }
+  const std::pair<int32_t, const char*> roles[] = {{0, "host"}, {1, "evaluator"}, {2, "bidder"},
+                                                   {3, "supervise"}, {4, "host"}, {-1, "host"}};
+  for (const auto& row : roles) EXPECT_STREQ(RoleText(MvMemberRole(row.first)), row.second) << row.first;
   const char* kinds[] = {"text", "image", "audio", "video", "file", "geo", "custom", "tip", "notification"};
   for (int32_t i = 0; i < 9; ++i) EXPECT_STREQ(ChatMessageTypeText(i), kinds[i]);
   for (int32_t outside : {-1, 9, 42}) EXPECT_STREQ(ChatMessageTypeText(outside), "text") << outside;
@@ -42,150 +38,99 @@ TEST(CRecordLists, EmptyNativeListGivesNullAndIsNoFailure) {
 }
 
 TEST(CRecordSearchAccount, FullAndMinimalAccounts) {
-  MvSearchAccountInfo minimal{"u2", "", std::nullopt, std::nullopt, std::nullopt};
-  std::vector<MvSearchAccountInfo> natives = {FullAccount("1"), minimal};
   bool ok = false;
-  MorvantaSearchAccountInfo* list = BuildSearchAccountList(natives, ok);
+  MorvantaSearchAccountInfo* list = BuildSearchAccountList({FullAccount("1"), {"u2", "", {}, {}, {}}}, ok);
   ASSERT_TRUE(ok);
-  ASSERT_NE(list, nullptr);
-  EXPECT_STREQ(list[0].user_uuid, "uuid-1");
-  EXPECT_STREQ(list[0].nickname, "nick-1");
-  EXPECT_STREQ(list[0].avatar, "avatar-1");
-  EXPECT_STREQ(list[0].phone_number, "phone-1");
-  EXPECT_STREQ(list[0].dept, "dept-1");
-  EXPECT_STREQ(list[1].user_uuid, "u2");
-  EXPECT_STREQ(list[1].nickname, "");  // an empty text stays a string
-  EXPECT_EQ(list[1].avatar, nullptr);
-  EXPECT_EQ(list[1].phone_number, nullptr);
-  EXPECT_EQ(list[1].dept, nullptr);
-  Morvanta_FreeAccountList(list, static_cast<int32_t>(natives.size()));
+  ExpectTexts({{list[0].user_uuid, "uuid-1"}, {list[0].nickname, "nick-1"}, {list[0].avatar, "avatar-1"},
+               {list[0].phone_number, "phone-1"}, {list[0].dept, "dept-1"},
+               {list[1].user_uuid, "u2"}, {list[1].nickname, ""}, {list[1].avatar, nullptr},
+               {list[1].phone_number, nullptr}, {list[1].dept, nullptr}});
+  Morvanta_FreeAccountList(list, 2);
 }
 
 TEST(CRecordChatroomPermission, CopiesBothNamesEvenWhenEmpty) {
   MorvantaChatroomPermission* permission = BuildChatroomPermission({"ALL_CAN_CHAT", ""});
   ASSERT_NE(permission, nullptr);
-  EXPECT_STREQ(permission->cr_perm, "ALL_CAN_CHAT");
-  EXPECT_STREQ(permission->wt_pr_chat, "");
+  ExpectTexts({{permission->cr_perm, "ALL_CAN_CHAT"}, {permission->wt_pr_chat, ""}});
   Morvanta_FreeChatroomPermission(permission);
 }
 
 TEST(CRecordWaitingRoomMember, FullAndAbsentOrEmptyAvatar) {
-  MvWaitingRoomMember no_avatar{"u", "n", std::nullopt, 0, 0};
-  MvWaitingRoomMember empty_avatar{"u", "n", std::string(), -5, -1};
-  std::vector<MvWaitingRoomMember> natives = {FullWaiting("1"), no_avatar, empty_avatar};
   bool ok = false;
-  MorvantaWaitingRoomMember* list = BuildWaitingRoomMemberList(natives, ok);
+  MorvantaWaitingRoomMember* list =
+      BuildWaitingRoomMemberList({FullWaiting("1"), {"u", "n", std::nullopt, -5, -1}, {"u", "n", "", 0, 0}}, ok);
   ASSERT_TRUE(ok);
-  for (size_t i = 0; i < natives.size(); ++i) {
-    SCOPED_TRACE(i);
-    EXPECT_STREQ(list[i].uuid, natives[i].uuid.c_str());
-    EXPECT_STREQ(list[i].name, natives[i].name.c_str());
-    EXPECT_EQ(list[i].join_time, natives[i].joinTime);
-    EXPECT_EQ(list[i].status, natives[i].status);
-  }
-  EXPECT_STREQ(list[0].avatar, "wavatar-1");
-  EXPECT_EQ(list[1].avatar, nullptr);
-  EXPECT_STREQ(list[2].avatar, "");  // given, though empty
-  Morvanta_FreeWaitingRoomMemberList(list, static_cast<int32_t>(natives.size()));
+  ExpectTexts({{list[0].uuid, "wuuid-1"}, {list[0].name, "wname-1"}, {list[0].avatar, "wavatar-1"},
+               {list[1].avatar, nullptr}, {list[2].avatar, ""}});
+  ExpectNumbers({{list[0].join_time, 1700000000123}, {list[0].status, 2}, {list[1].join_time, -5},
+                 {list[1].status, -1}});
+  Morvanta_FreeWaitingRoomMemberList(list, 3);
 }
 
 TEST(CRecordMember, RoleFlagsAndOptionalHandsUp) {
-  const struct {
-    MvMemberRole role;
-    int32_t is_host, is_evaluator;
-  } rows[] = {{MvMemberRole::Host, 1, 0},
-              {MvMemberRole::Evaluator, 0, 1},
-              {MvMemberRole::Bidder, 0, 0},
-              {MvMemberRole::Supervise, 0, 0}};
+  const std::pair<MvMemberRole, std::pair<int32_t, int32_t>> roles[] = {  // is_host, is_evaluator
+      {MvMemberRole::Host, {1, 0}}, {MvMemberRole::Evaluator, {0, 1}},
+      {MvMemberRole::Bidder, {0, 0}}, {MvMemberRole::Supervise, {0, 0}}};
   std::vector<MvMember> natives;
-  for (const auto& row : rows) natives.push_back(FullMember(std::to_string(natives.size()), row.role));
-  MvMember quiet;  // every flag false, hands-up not given
-  quiet.isVideoOn = true;
-  natives.push_back(quiet);
-
+  for (const auto& row : roles) natives.push_back(FullMember(std::to_string(natives.size()), row.first));
+  natives.emplace_back().isVideoOn = true;  // the rest false, hands-up not given
   bool ok = false;
   MorvantaMember* list = BuildMemberList(natives, ok);
   ASSERT_TRUE(ok);
-  for (size_t i = 0; i < std::size(rows); ++i) {
+  for (size_t i = 0; i < std::size(roles); ++i) {
     SCOPED_TRACE(i);
-    EXPECT_STREQ(list[i].uuid, natives[i].uuid.c_str());
-    EXPECT_STREQ(list[i].name, natives[i].name.c_str());
-    EXPECT_EQ(list[i].is_host, rows[i].is_host);
-    EXPECT_EQ(list[i].is_evaluator, rows[i].is_evaluator);
-    EXPECT_EQ(list[i].is_audio_on, 1);
-    EXPECT_EQ(list[i].is_video_on, 0);
-    EXPECT_EQ(list[i].is_sharing_screen, 1);
-    EXPECT_EQ(list[i].is_hands_up, 1);
+    ExpectTexts({{list[i].uuid, natives[i].uuid.c_str()}, {list[i].name, natives[i].name.c_str()}});
+    ExpectNumbers({{list[i].is_host, roles[i].second.first}, {list[i].is_evaluator, roles[i].second.second},
+                   {list[i].is_audio_on, 1}, {list[i].is_video_on, 0}, {list[i].is_sharing_screen, 1},
+                   {list[i].is_hands_up, 1}});
   }
-  const MorvantaMember& last = list[natives.size() - 1];
-  EXPECT_STREQ(last.uuid, "");
-  EXPECT_EQ(last.is_host, 1);  // the default role
-  EXPECT_EQ(last.is_audio_on, 0);
-  EXPECT_EQ(last.is_video_on, 1);
-  EXPECT_EQ(last.is_sharing_screen, 0);
-  EXPECT_EQ(last.is_hands_up, 0);
+  const MorvantaMember& quiet = list[natives.size() - 1];
+  ExpectTexts({{quiet.uuid, ""}, {quiet.name, ""}});
+  ExpectNumbers({{quiet.is_host, 1}, {quiet.is_evaluator, 0}, {quiet.is_audio_on, 0}, {quiet.is_video_on, 1},
+                 {quiet.is_sharing_screen, 0}, {quiet.is_hands_up, 0}});
   Morvanta_FreeMemberList(list, static_cast<uint32_t>(natives.size()));
 }
 
 void ExpectImage(const MorvantaScreenCaptureImage& c, const MvScreenCaptureImage& native) {
-  EXPECT_EQ(c.width, native.width);
-  EXPECT_EQ(c.height, native.height);
-  ASSERT_EQ(c.size, native.data.size());
+  ExpectNumbers({{c.width, native.width}, {c.height, native.height}, {c.size, int64_t(native.data.size())}});
   if (native.data.empty()) {
     EXPECT_EQ(c.data, nullptr);
   } else {
     ASSERT_NE(c.data, nullptr);
+    EXPECT_NE(c.data, native.data.data());  // a copy, not a borrow
     EXPECT_EQ(memcmp(c.data, native.data.data(), c.size), 0);
   }
 }
 
 TEST(CRecordScreenCaptureSource, FullMinimalAndDimensionsWithoutBytes) {
-  MvScreenCaptureSource minimal;  // a screen, nothing optional
   MvScreenCaptureSource no_bytes;
   no_bytes.sourceType = 2;
   no_bytes.icon = MvScreenCaptureImage{16, 16, {}};
-  std::vector<MvScreenCaptureSource> natives = {FullSource("1"), minimal, no_bytes};
+  std::vector<MvScreenCaptureSource> natives = {FullSource("1"), MvScreenCaptureSource{}, no_bytes};
   bool ok = false;
   MorvantaScreenCaptureSource* list = BuildScreenCaptureSourceList(natives, ok);
   ASSERT_TRUE(ok);
-
-  const MorvantaScreenCaptureSource& full = list[0];
-  EXPECT_EQ(full.source_id, natives[0].sourceId);
-  EXPECT_STREQ(full.source_name, "screen-1");
-  EXPECT_EQ(full.is_window, 1);
-  EXPECT_STREQ(full.app_name, "title-1");
-  EXPECT_STREQ(full.app_path, "/opt/1");
-  EXPECT_EQ(full.is_primary_monitor, 0);
-  ExpectImage(full.icon, *natives[0].icon);
-  ExpectImage(full.thumbnail, *natives[0].thumbImage);
-  EXPECT_NE(full.icon.data, natives[0].icon->data.data());  // a copy, not a borrow
-
+  ExpectTexts({{list[0].source_name, "screen-1"}, {list[0].app_name, "title-1"}, {list[0].app_path, "/opt/1"},
+               {list[1].source_name, ""}, {list[1].app_name, nullptr}, {list[1].app_path, nullptr}});
+  ExpectNumbers({{list[0].source_id, natives[0].sourceId}, {list[0].is_window, 1}, {list[0].is_primary_monitor, 0},
+                 {list[1].source_id, 0}, {list[1].is_window, 0}, {list[1].is_primary_monitor, -1},
+                 {list[2].is_window, 1}});
+  ExpectImage(list[0].icon, *natives[0].icon);
+  ExpectImage(list[0].thumbnail, *natives[0].thumbImage);
+  ExpectImage(list[2].icon, *no_bytes.icon);
   const MorvantaScreenCaptureImage zero{};
   for (const MorvantaScreenCaptureImage* absent : {&list[1].icon, &list[1].thumbnail, &list[2].thumbnail}) {
     EXPECT_EQ(memcmp(absent, &zero, sizeof zero), 0);
   }
-  EXPECT_EQ(list[1].source_id, 0);
-  EXPECT_STREQ(list[1].source_name, "");
-  EXPECT_EQ(list[1].is_window, 0);
-  EXPECT_EQ(list[1].app_name, nullptr);
-  EXPECT_EQ(list[1].app_path, nullptr);
-  EXPECT_EQ(list[1].is_primary_monitor, -1);
-  EXPECT_EQ(list[2].is_window, 1);
-  ExpectImage(list[2].icon, *no_bytes.icon);
   Morvanta_FreeScreenCaptureSourceList(list, static_cast<uint32_t>(natives.size()));
 }
 
-void ExpectMeeting(const MorvantaMeetingInfo& c, const MvMeetingInfo& native) {
-  EXPECT_EQ(c.meeting_id, native.meetingId);
-  EXPECT_STREQ(c.meeting_num, native.meetingNum.c_str());
-  EXPECT_STREQ(c.room_uuid, native.roomUuid.c_str());
-  EXPECT_EQ(c.state, native.state);
-  EXPECT_EQ(c.start_time, native.startTime);
-  EXPECT_EQ(c.end_time, native.endTime);
-  EXPECT_STREQ(c.subject, native.subject.c_str());
-  EXPECT_STREQ(c.owner_user_uuid, native.ownerUserUuid.c_str());
-  EXPECT_STREQ(c.owner_nickname, native.ownerNickname.c_str());
-  EXPECT_EQ(c.enable_waiting_room, native.enableWaitingRoom ? 1 : 0);
+void ExpectMeeting(const MorvantaMeetingInfo& c, const MvMeetingInfo& n) {
+  ExpectTexts({{c.meeting_num, n.meetingNum.c_str()}, {c.room_uuid, n.roomUuid.c_str()},
+               {c.subject, n.subject.c_str()}, {c.owner_user_uuid, n.ownerUserUuid.c_str()},
+               {c.owner_nickname, n.ownerNickname.c_str()}});
+  ExpectNumbers({{c.meeting_id, n.meetingId}, {c.state, n.state}, {c.start_time, n.startTime},
+                 {c.end_time, n.endTime}, {c.enable_waiting_room, n.enableWaitingRoom ? 1 : 0}});
 }
 
 TEST(CRecordMeetingInfo, FullMeetingWithLocalAndScheduledMembers) {
@@ -194,15 +139,11 @@ TEST(CRecordMeetingInfo, FullMeetingWithLocalAndScheduledMembers) {
   ASSERT_NE(meeting, nullptr);
   ExpectMeeting(*meeting, native);
   ASSERT_NE(meeting->local_member, nullptr);
-  EXPECT_STREQ(meeting->local_member->user_uuid, "local-1");
-  EXPECT_STREQ(meeting->local_member->name, "localname-1");
-  EXPECT_STREQ(meeting->local_member->role, "supervise");
   ASSERT_EQ(meeting->scheduled_member_count, 2);
-  EXPECT_STREQ(meeting->scheduled_members[0].user_uuid, "sched-1a");
-  EXPECT_STREQ(meeting->scheduled_members[0].role, "bidder");
-  EXPECT_STREQ(meeting->scheduled_members[1].role, "host");  // a role without a text
-  EXPECT_EQ(meeting->no_cloud_record, 1);
-  EXPECT_EQ(meeting->no_chat, 0);
+  ExpectTexts({{meeting->local_member->user_uuid, "local-1"}, {meeting->local_member->name, "localname-1"},
+               {meeting->local_member->role, "supervise"}, {meeting->scheduled_members[0].user_uuid, "sched-1a"},
+               {meeting->scheduled_members[0].role, "bidder"}, {meeting->scheduled_members[1].role, "host"}});
+  ExpectNumbers({{meeting->no_cloud_record, 1}, {meeting->no_chat, 0}});
   Morvanta_FreePreMeetingInfo(meeting);
 }
 
@@ -211,7 +152,7 @@ TEST(CRecordMeetingInfo, ListOfMinimalAndEmptyScheduleMeetings) {
   minimal.meetingNum = "m";
   minimal.roomUuid = "r";
   MvMeetingInfo empty_schedule = FullMeeting("2");
-  empty_schedule.scheduledMembers = std::vector<MvScheduledMember>{};
+  empty_schedule.scheduledMembers.emplace();
   empty_schedule.enableWaitingRoom = false;
   std::vector<MvMeetingInfo> natives = {minimal, empty_schedule, FullMeeting("3")};
   bool ok = false;
@@ -223,64 +164,32 @@ TEST(CRecordMeetingInfo, ListOfMinimalAndEmptyScheduleMeetings) {
   }
   EXPECT_EQ(list[0].local_member, nullptr);
   EXPECT_EQ(list[0].scheduled_members, nullptr);
-  EXPECT_EQ(list[0].scheduled_member_count, 0);
-  EXPECT_EQ(list[0].no_cloud_record, -1);
-  EXPECT_EQ(list[0].no_chat, -1);
-  EXPECT_STREQ(list[0].subject, "");
   EXPECT_EQ(list[1].scheduled_members, nullptr);
-  EXPECT_EQ(list[1].scheduled_member_count, 0);
-  EXPECT_EQ(list[2].scheduled_member_count, 2);
+  ExpectNumbers({{list[0].scheduled_member_count, 0}, {list[0].no_cloud_record, -1}, {list[0].no_chat, -1},
+                 {list[1].scheduled_member_count, 0}, {list[2].scheduled_member_count, 2}});
   Morvanta_FreeMeetingList(list, static_cast<int32_t>(natives.size()));
 }
 
-TEST(CRecordScheduledMember, RoleTextsInOrder) {
-  std::vector<MvScheduledMember> natives;
-  for (int32_t role : {3, 2, 1, 0, 7}) natives.push_back(Scheduled(std::to_string(role), MvMemberRole(role)));
-  bool ok = false;
-  MorvantaScheduledMember* list = BuildScheduledMemberList(natives, ok);
-  ASSERT_TRUE(ok);
-  for (size_t i = 0; i < natives.size(); ++i) {
-    EXPECT_STREQ(list[i].user_uuid, natives[i].userUuid.c_str());
-    EXPECT_STREQ(list[i].role, RoleText(natives[i].role));
-  }
-  Morvanta_FreeScheduledMembers(list, static_cast<int32_t>(natives.size()));
-}
-
 TEST(CRecordMeetingSDKInfo, FullAndMinimal) {
-  MvMeetingSDKInfo native = FullMeetingSDKInfo();
-  MorvantaMeetingSDKInfo* full = BuildMeetingSDKInfo(native);
+  MvMeetingSDKInfo n = FullMeetingSDKInfo();
+  MorvantaMeetingSDKInfo* full = BuildMeetingSDKInfo(n);
   ASSERT_NE(full, nullptr);
-  const std::pair<const char*, const std::string*> texts[] = {
-      {full->user_uuid, &native.userUuid},       {full->name, &native.name},
-      {full->my_uuid, &native.myUuid},           {full->host_uuid, &native.hostUuid},
-      {full->host_name, &native.hostName},       {full->active_speaker_uuid, &native.activeSpeakerUuid},
-      {full->subject, &native.subject},          {full->owner_user_uuid, &native.ownerUserUuid},
-      {full->room_archive_id, &native.roomArchiveId}, {full->meeting_num, &native.meetingNum}};
-  for (const auto& text : texts) EXPECT_STREQ(text.first, text.second->c_str());
-  EXPECT_STREQ(full->role, "evaluator");
-  EXPECT_EQ(full->is_support_chatroom, 1);
-  EXPECT_EQ(full->is_cloud_recording, 0);
-  EXPECT_EQ(full->start_time, native.startTime);
-  EXPECT_EQ(full->end_time, native.endTime);
-  EXPECT_EQ(full->type, native.type);
-  EXPECT_EQ(full->rtc_start_time, native.rtcStartTime);
-  EXPECT_EQ(full->join_meeting_time, native.joinMeetingTime);
-  EXPECT_EQ(full->meeting_id, *native.meetingId);
-  EXPECT_EQ(full->is_waiting_room_enabled, 1);
-  EXPECT_EQ(full->in_waiting_room, 0);
-  EXPECT_EQ(full->max_members, *native.maxMembers);
-  EXPECT_EQ(full->is_breakout_room, 1);
+  ExpectTexts({{full->user_uuid, "u"}, {full->name, "n"}, {full->role, "evaluator"}, {full->my_uuid, "my"},
+               {full->host_uuid, "hu"}, {full->host_name, "hn"}, {full->active_speaker_uuid, "as"},
+               {full->subject, "sj"}, {full->owner_user_uuid, "ow"}, {full->room_archive_id, "ra"},
+               {full->meeting_num, "mn"}});
+  ExpectNumbers({{full->is_support_chatroom, 1}, {full->is_cloud_recording, 0}, {full->start_time, n.startTime},
+                 {full->end_time, n.endTime}, {full->type, n.type}, {full->rtc_start_time, n.rtcStartTime},
+                 {full->join_meeting_time, n.joinMeetingTime}, {full->meeting_id, *n.meetingId},
+                 {full->is_waiting_room_enabled, 1}, {full->in_waiting_room, 0},
+                 {full->max_members, *n.maxMembers}, {full->is_breakout_room, 1}});
   Morvanta_FreeMeetingInfo(full);
 
   MorvantaMeetingSDKInfo* minimal = BuildMeetingSDKInfo(MvMeetingSDKInfo{});
   ASSERT_NE(minimal, nullptr);
-  EXPECT_STREQ(minimal->user_uuid, "");
-  EXPECT_STREQ(minimal->role, "host");
-  EXPECT_EQ(minimal->meeting_id, -1);
-  EXPECT_EQ(minimal->max_members, -1);
-  EXPECT_EQ(minimal->is_waiting_room_enabled, -1);
-  EXPECT_EQ(minimal->in_waiting_room, -1);
-  EXPECT_EQ(minimal->is_breakout_room, -1);
+  ExpectTexts({{minimal->user_uuid, ""}, {minimal->role, "host"}, {minimal->meeting_num, ""}});
+  ExpectNumbers({{minimal->meeting_id, -1}, {minimal->max_members, -1}, {minimal->is_waiting_room_enabled, -1},
+                 {minimal->in_waiting_room, -1}, {minimal->is_breakout_room, -1}});
   Morvanta_FreeMeetingInfo(minimal);
 }
 
@@ -288,79 +197,51 @@ TEST(CRecordChatMessage, FullMessageWithAttachmentRecords) {
   MvChatMessage native = FullChatMessage();
   MorvantaChatMessage* m = BuildChatMessage(native);
   ASSERT_NE(m, nullptr);
-  const std::pair<const char*, const char*> texts[] = {
-      {m->message_uuid, "mid"}, {m->from_client_type, "pc"}, {m->message_type, "file"}, {m->from_user_uuid, "fu"},
-      {m->from_nick, "fn"},     {m->type, "file"},           {m->text, "hello"},        {m->status, "sent"},
-      {m->from, "fr"},          {m->id_client, "ic"},        {m->custom, "cu"},         {m->temp_file, "tf"},
-      {m->to_nickname, "tn"},   {m->from_avatar, "fa"},      {m->percentage_text, "50%"}, {m->total, "100"},
-      {m->loaded, "50"}};
-  for (const auto& text : texts) EXPECT_STREQ(text.first, text.second);
-  ASSERT_EQ(m->to_user_uuid_count, 3);
-  EXPECT_STREQ(m->to_user_uuid_list[0], "to1");
-  EXPECT_STREQ(m->to_user_uuid_list[1], "");  // list elements are kept as given
-  EXPECT_STREQ(m->to_user_uuid_list[2], "to3");
-  EXPECT_EQ(m->time, native.time);
-  EXPECT_EQ(m->is_me, 1);
-  EXPECT_EQ(m->resend, 0);
-  EXPECT_EQ(m->is_private, 1);
-  EXPECT_EQ(m->chatroom_type, 2);
-  EXPECT_EQ(m->has_temp_file, 1);
-  EXPECT_DOUBLE_EQ(m->percentage, 0.5);
-
   ASSERT_NE(m->attach, nullptr);
-  EXPECT_STREQ(m->attach->from, "af");
-  EXPECT_STREQ(m->attach->from_nick, "afn");
-  EXPECT_STREQ(m->attach->type, "at");
-  ASSERT_EQ(m->attach->to_count, 2);
-  EXPECT_STREQ(m->attach->to[1], "y");
-  ASSERT_EQ(m->attach->to_nick_count, 1);
-  EXPECT_STREQ(m->attach->to_nick[0], "xn");
-  EXPECT_STREQ(m->attach->url, "au");
-  EXPECT_STREQ(m->attach->name, "an");
-  EXPECT_STREQ(m->attach->msg_id, "am");
-  EXPECT_EQ(m->attach->msg_time, 77);
-  EXPECT_EQ(m->attach->id, 8);
-  EXPECT_STREQ(m->attach->operator_, "op");
-
   ASSERT_NE(m->file, nullptr);
-  EXPECT_STREQ(m->file->name, "doc");
-  EXPECT_STREQ(m->file->ext, "pdf");
-  EXPECT_EQ(m->file->size, native.file->size);
-  EXPECT_STREQ(m->file->url, "fu");
-  EXPECT_STREQ(m->file->file_path, "/tmp/doc.pdf");
-  EXPECT_EQ(m->file->width, 640);
-  EXPECT_EQ(m->file->height, 480);
+  ASSERT_EQ(m->to_user_uuid_count, 3);
+  ASSERT_EQ(m->attach->to_count, 2);
+  ASSERT_EQ(m->attach->to_nick_count, 1);
+  ExpectTexts({{m->message_uuid, "mid"}, {m->from_client_type, "pc"}, {m->message_type, "file"},
+               {m->from_user_uuid, "fu"}, {m->from_nick, "fn"}, {m->type, "file"}, {m->text, "hello"},
+               {m->status, "sent"}, {m->from, "fr"}, {m->id_client, "ic"}, {m->custom, "cu"}, {m->temp_file, "tf"},
+               {m->to_nickname, "tn"}, {m->from_avatar, "fa"}, {m->percentage_text, "50%"}, {m->total, "100"},
+               {m->loaded, "50"}, {m->to_user_uuid_list[0], "to1"},
+               {m->to_user_uuid_list[1], ""},  // list elements are kept as given
+               {m->to_user_uuid_list[2], "to3"}, {m->attach->from, "af"}, {m->attach->from_nick, "afn"},
+               {m->attach->type, "at"}, {m->attach->to[0], "x"}, {m->attach->to[1], "y"},
+               {m->attach->to_nick[0], "xn"}, {m->attach->url, "au"}, {m->attach->name, "an"},
+               {m->attach->msg_id, "am"}, {m->attach->operator_, "op"}, {m->file->name, "doc"},
+               {m->file->ext, "pdf"}, {m->file->url, "fu"}, {m->file->file_path, "/tmp/doc.pdf"}});
+  ExpectNumbers({{m->time, native.time}, {m->is_me, 1}, {m->resend, 0}, {m->is_private, 1}, {m->chatroom_type, 2},
+                 {m->has_temp_file, 1}, {m->attach->msg_time, 77}, {m->attach->id, 8},
+                 {int64_t(m->file->size), int64_t(native.file->size)}, {m->file->width, 640},
+                 {m->file->height, 480}});
+  EXPECT_DOUBLE_EQ(m->percentage, 0.5);
   Morvanta_FreeChatMessage(m);
 }
 
 TEST(CRecordChatMessage, EmptyAndAbsentTextsAreNull) {
-  MvChatMessage native;  // nothing given
+  MvChatMessage native;
   native.messageType = 42;
-  native.tempFile = "";  // named, but empty
+  native.tempFile = "";  // named, though empty
   native.messageUuid = "";
-  native.attach = MvChatMessageAttach{};
-  native.file = MvChatMessageFile{};
+  native.attach.emplace();
+  native.file.emplace();
   MorvantaChatMessage* m = BuildChatMessage(native);
   ASSERT_NE(m, nullptr);
-  for (const char* text : {m->message_uuid, m->from_client_type, m->from_user_uuid, m->from_nick, m->type,
-                           m->text, m->status, m->from, m->id_client, m->custom, m->temp_file, m->to_nickname,
-                           m->from_avatar, m->percentage_text, m->total, m->loaded}) {
-    EXPECT_EQ(text, nullptr);
-  }
-  EXPECT_STREQ(m->message_type, "text");
-  EXPECT_EQ(m->to_user_uuid_list, nullptr);
-  EXPECT_EQ(m->to_user_uuid_count, 0);
-  EXPECT_EQ(m->is_me, 0);
-  EXPECT_EQ(m->resend, 0);
-  EXPECT_EQ(m->is_private, 0);
-  EXPECT_EQ(m->chatroom_type, 0);
-  EXPECT_EQ(m->has_temp_file, 1);
   ASSERT_NE(m->attach, nullptr);
-  EXPECT_EQ(m->attach->from, nullptr);
-  EXPECT_EQ(m->attach->to, nullptr);
-  EXPECT_EQ(m->attach->to_count, 0);
   ASSERT_NE(m->file, nullptr);
-  EXPECT_EQ(m->file->name, nullptr);
+  ExpectTexts({{m->message_type, "text"}, {m->message_uuid, nullptr}, {m->from_client_type, nullptr},
+               {m->from_user_uuid, nullptr}, {m->from_nick, nullptr}, {m->type, nullptr}, {m->text, nullptr},
+               {m->status, nullptr}, {m->from, nullptr}, {m->id_client, nullptr}, {m->custom, nullptr},
+               {m->temp_file, nullptr}, {m->to_nickname, nullptr}, {m->from_avatar, nullptr},
+               {m->percentage_text, nullptr}, {m->total, nullptr}, {m->loaded, nullptr},
+               {m->attach->from, nullptr}, {m->attach->operator_, nullptr}, {m->file->name, nullptr}});
+  EXPECT_EQ(m->to_user_uuid_list, nullptr);
+  EXPECT_EQ(m->attach->to, nullptr);
+  ExpectNumbers({{m->to_user_uuid_count, 0}, {m->attach->to_count, 0}, {m->is_me, 0}, {m->resend, 0},
+                 {m->is_private, 0}, {m->chatroom_type, 0}, {m->has_temp_file, 1}});
   Morvanta_FreeChatMessage(m);
 
   MorvantaChatMessage* bare = BuildChatMessage(MvChatMessage{});

@@ -19,6 +19,7 @@ using morvanta::runtime::DependencyConfig;
 using morvanta::runtime::DependencyResolver;
 using morvanta::runtime::DependencyResult;
 using morvanta::runtime::EnsureDelayLoadHook;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -105,7 +106,7 @@ TEST_F(PathTest, ADirectoryIsAddedToPathOnceInFront) {
 }
 
 TEST_F(PathTest, ResolveSucceedsHereAndAddsTheOutputDirectoryOnce) {
-  const std::string cwd = std::filesystem::current_path().string();
+  const std::string cwd = fs::current_path().string();
   const int before = EntriesOf(cwd);
   DependencyResult r = DependencyResolver::Resolve({".", "."});
   ASSERT_TRUE(r.success) << r.error;
@@ -117,6 +118,22 @@ TEST_F(PathTest, ResolveSucceedsHereAndAddsTheOutputDirectoryOnce) {
     ASSERT_TRUE(r.success) << spelling << ": " << r.error;
     EXPECT_EQ(EntriesOf(cwd), before ? before : 1) << spelling;
   }
+}
+
+TEST(DependencyResolver, ALibnodeInTheBuildOutputIsCopiedAndMustPassTheCheck) {
+  // The stand-in lacking uv_loop_close, placed under libnode's own name.
+  const fs::path build = fs::path(testing::TempDir()) / ("morvanta-build-" + std::to_string(getpid()));
+  const fs::path output = build / "out";
+  fs::create_directories(build);
+  fs::copy_file(morvanta_test::ExecutableDir() + "/libfake_node_missing_symbol.so",
+                build / DependencyResolver::LibnodeName(), fs::copy_options::overwrite_existing);
+  DependencyResult r = DependencyResolver::Resolve({build.string(), output.string()});
+  EXPECT_TRUE(fs::exists(output / DependencyResolver::LibnodeName()));
+  EXPECT_FALSE(r.success);
+  EXPECT_EQ(r.error,
+            "Dependency pre-load validation failed: libnode.dll symbol validation failed: "
+            "Missing required Node.js symbols uv_loop_close");
+  fs::remove_all(build);
 }
 
 TEST(DependencyResolver, SymbolValidationNamesWhatIsMissing) {
