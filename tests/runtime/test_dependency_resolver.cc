@@ -15,7 +15,6 @@
 #include "runtime/dependency_resolver.h"
 #include "support/test_support.h"
 
-using morvanta::runtime::DependencyConfig;
 using morvanta::runtime::DependencyResolver;
 using morvanta::runtime::DependencyResult;
 using morvanta::runtime::EnsureDelayLoadHook;
@@ -39,7 +38,7 @@ int EntriesOf(const std::string& dir) {
 }
 
 // Keeps PATH as it was before each case.
-class PathTest : public ::testing::Test {
+class ResolverPathTest : public ::testing::Test {
  protected:
   void SetUp() override {
     const char* raw = getenv("PATH");
@@ -77,7 +76,7 @@ TEST(DependencyResolver, IncompleteConfigurationIsRefusedWithItsReason) {
   }
 }
 
-TEST_F(PathTest, ADirectoryIsAddedToPathOnceInFront) {
+TEST_F(ResolverPathTest, ADirectoryIsAddedToPathOnceInFront) {
   const std::string dir = "/tmp/morvanta-path-" + std::to_string(getpid());
   setenv("PATH", "/usr/bin:/bin", 1);
   ASSERT_TRUE(DependencyResolver::AddToPath(dir));
@@ -105,7 +104,7 @@ TEST_F(PathTest, ADirectoryIsAddedToPathOnceInFront) {
   EXPECT_EQ(std::string(getenv("PATH")), dir);
 }
 
-TEST_F(PathTest, ResolveSucceedsHereAndAddsTheOutputDirectoryOnce) {
+TEST_F(ResolverPathTest, ResolveSucceedsHereAndAddsTheOutputDirectoryOnce) {
   const std::string cwd = fs::current_path().string();
   const int before = EntriesOf(cwd);
   DependencyResult r = DependencyResolver::Resolve({".", "."});
@@ -120,7 +119,7 @@ TEST_F(PathTest, ResolveSucceedsHereAndAddsTheOutputDirectoryOnce) {
   }
 }
 
-TEST(DependencyResolver, ALibnodeInTheBuildOutputIsCopiedAndMustPassTheCheck) {
+TEST_F(ResolverPathTest, ALibnodeInTheBuildOutputIsCopiedAndMustPassTheCheck) {
   // The stand-in lacking uv_loop_close, placed under libnode's own name.
   const fs::path build = fs::path(testing::TempDir()) / ("morvanta-build-" + std::to_string(getpid()));
   const fs::path output = build / "out";
