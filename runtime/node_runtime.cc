@@ -9,6 +9,7 @@
 #include <mutex>
 #include <sys/stat.h>
 
+#include "runtime/dependency_resolver.h"
 #include "runtime/exit_signals.h"
 #include "runtime/host_paths.h"
 #include "runtime/log.h"
@@ -198,6 +199,7 @@ bool NodeRuntime::Initialize(const std::vector<std::string>& args) {
     return false;
   }
   try {
+    runtime::EnsureDelayLoadHook();
     // Argument 0: a `node` executable beside the host if there is one
     // (Node reads it as its own path), otherwise the plain name.
     std::string arg0 = "node";

@@ -342,16 +342,13 @@ TEST(AdapterValues, KindsMapBetweenTheTwoNumberings) {
     EXPECT_EQ(back.objectValue.size(), row.product.objectValue.size());
   }
 
-  // A function has no product form; nested ones vanish into undefined too.
+  // A function has no product form, at the top or nested.
   jb::JSValue fn(jb::JSValueType::Function);
   EXPECT_EQ(JSBridgeAdapter::FromBridgeValue(fn).type, JSValueType::Undefined);
-  jb::JSValue holder(jb::JSValueType::Object);
-  holder.object_value["cb"] = fn;
-  holder.object_value["list"] = jb::JSValue(jb::JSValueType::Array);
-  holder.object_value["list"].array_value.push_back(fn);
-  JSValue mapped = JSBridgeAdapter::FromBridgeValue(holder);
-  ASSERT_EQ(mapped.type, JSValueType::Object);
-  EXPECT_EQ(mapped.Find("cb")->type, JSValueType::Undefined);
-  ASSERT_EQ(mapped.Find("list")->type, JSValueType::Array);
-  EXPECT_EQ(mapped.Find("list")->arrayValue.at(0).type, JSValueType::Undefined);
+  jb::JSValue list(jb::JSValueType::Array);
+  list.array_value = {fn, jb::JSValue(1.0)};
+  JSValue mapped = JSBridgeAdapter::FromBridgeValue(list);
+  ASSERT_EQ(mapped.arrayValue.size(), 2u);
+  EXPECT_EQ(mapped.arrayValue[0].type, JSValueType::Undefined);
+  EXPECT_EQ(mapped.arrayValue[1].numberValue, 1);
 }
