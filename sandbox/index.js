@@ -98,9 +98,9 @@ function cloneData(v) {
   return v;
 }
 
-// Seeded generator (mulberry32): tokens are the same on every run with the same seed.
-function makeRandom(seed) {
-  let state = seed >>> 0;
+// Deterministic generator (mulberry32): tokens are the same on every run with the same randomBase.
+function makeRandom(randomBase) {
+  let state = randomBase >>> 0;
   return function next() {
     state = (state + 0x6d2b79f5) >>> 0;
     let t = state;
@@ -269,7 +269,7 @@ function defaultSettings() {
     overrides: {},
     users: BUILT_IN_USERS.map((u) => Object.assign({}, u)),
     clock: null,
-    seed: 1,
+    randomBase: 1,
     appKeys: null,
     revokedAppKeys: ['sandbox-revoked-key'],
     timeline: [],
@@ -352,9 +352,9 @@ function applySettings(settings, options) {
         }
         settings.clock = value === 'real' ? null : value;
         break;
-      case 'seed':
-        if (!Number.isInteger(value)) throw badSetting('seed must be an integer');
-        settings.seed = value;
+      case 'randomBase':
+        if (!Number.isInteger(value)) throw badSetting('randomBase must be an integer');
+        settings.randomBase = value;
         break;
       case 'appKeys':
         if (!(value === null || (Array.isArray(value) && value.every(isNonEmptyString)))) {
@@ -467,7 +467,7 @@ class Sandbox {
   rebuildWorld() {
     this.directory = new Directory(this.settings.users);
     this.session = null;
-    this.random = makeRandom(this.settings.seed);
+    this.random = makeRandom(this.settings.randomBase);
   }
 
   configure(options) {
@@ -481,7 +481,7 @@ class Sandbox {
     }
     if (hasOwn(options, 'users')) this.directory.upsert(options.users);
     if (this.session && !this.directory.byUsername(this.session.user.username)) this.session = null;
-    if (hasOwn(options, 'seed')) this.random = makeRandom(next.seed);
+    if (hasOwn(options, 'randomBase')) this.random = makeRandom(next.randomBase);
     if (hasOwn(options, 'timeline') && this.initialized) this.schedule(next.timeline);
   }
 

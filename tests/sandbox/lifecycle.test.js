@@ -64,6 +64,6 @@ test('reset returns to the loaded state, tokens included', async () => {
   assert.equal(ctl.users.find((u) => u.username === 'alice').nickname, 'Alice Archer');
   await sdk.initialize(CONFIG);
   const again = await account.loginByPassword({ username: 'alice', password: 'alice-password' });
-  assert.equal(again.data.userToken, first.result.data.userToken, 'same seed, same token, flat shape');
+  assert.equal(again.data.userToken, first.result.data.userToken, 'same randomBase, same token, flat shape');
   assert.equal((await account.logout()).code, 0);
 });
