@@ -57,6 +57,10 @@ bool IsJsonWhitespace(char c) { return c == ' ' || c == '\t' || c == '\n' || c =
 }  // namespace
 
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error) {
+  return TryParseJson(json, out, error, nullptr);
+}
+
+bool TryParseJson(const std::string& json, JSValue& out, std::string* error, size_t* offset) {
   static const char kUtf8Bom[] = "\xEF\xBB\xBF";
   size_t start = 0;
   if (json.compare(0, 3, kUtf8Bom) == 0) start = 3;
@@ -67,10 +71,12 @@ bool TryParseJson(const std::string& json, JSValue& out, std::string* error) {
                      rapidjson::UTF8<>>(stream);
   if (strict.HasParseError()) {
     if (error) *error = rapidjson::GetParseError_En(strict.GetParseError());
+    if (offset) *offset = start + strict.GetErrorOffset();
     return false;
   }
   for (size_t i = start + stream.Tell(); i < json.size(); ++i) {
     if (!IsJsonWhitespace(json[i])) {
+      if (offset) *offset = i;
       if (error) {
         *error = rapidjson::GetParseError_En(rapidjson::kParseErrorDocumentRootNotSingular);
       }
@@ -80,6 +86,7 @@ bool TryParseJson(const std::string& json, JSValue& out, std::string* error) {
   JSValue converted;
   if (!Convert(strict, converted, 0)) {
     if (error) *error = "Nesting too deep";
+    if (offset) *offset = 0;
     return false;
   }
   out = std::move(converted);

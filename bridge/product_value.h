@@ -101,5 +101,7 @@ JSValue ParseJsonToJSValue(const std::string& json);
 // kMaxJsonDepth is refused rather than risking the stack.
 constexpr int kMaxJsonDepth = 512;
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error);
+// The same, also giving the byte offset of the fault.
+bool TryParseJson(const std::string& json, JSValue& out, std::string* error, size_t* offset);
 
 }  // namespace morvanta

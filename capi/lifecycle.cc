@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "capi/call_frame.h"
+#include "capi/listener_channels.h"
 #include "capi/sdk_state.h"
 #include "runtime/dependency_resolver.h"
 
@@ -206,6 +207,8 @@ int32_t Uninitialize() {
   }
   try {
     log::Info(kTag, " 🛑 Step 0: Stopping all manager event processing loops...");
+    // Listener channels detach while the bridge still runs their scripts.
+    if (StopMeetingListeners()) log::Info(kTag, " Meeting listeners removed");
     log::Info("[Gatherdeck C API] Waiting for event processing loops to stop...");
     const auto wait_start = Clock::now();
     while (Clock::now() - wait_start < std::chrono::milliseconds(200))
@@ -218,6 +221,7 @@ int32_t Uninitialize() {
     log::Info(kTag, " Cleared ", 0, " manager instances");
 
     log::Info(kTag, " 🧹 Step 3: Clearing global listeners...");
+    ClearMeetingListeners();
     log::Info(kTag, " Cleared ", 0, " global listeners");
 
     log::Info(kTag, " 🔄 Step 4: Uninitializing the SDK...");

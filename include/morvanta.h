@@ -43,6 +43,7 @@
 #ifndef MORVANTA_H
 #define MORVANTA_H
 
+#include <stdbool.h>
 #include <stdint.h>
 
 #if defined(MORVANTA_BUILDING_LIBRARY)
@@ -479,11 +480,179 @@ MORVANTA_API int Morvanta_Account_UpdateNickname(MorvantaAccountManager_T* handl
  * Members
  * ====================================================================== */
 
+/* Members of the running meeting. Unless a function says otherwise:
+ *   handle     required (a handle from Morvanta_GetMemberManager);
+ *   user_uuid  required; "" is sent to the service as it is;
+ *   callback   may be NULL: the request still runs, its outcome is only
+ *              logged. Otherwise it is called once, on the library's worker
+ *              thread, with 0 and "" on success or the service's code and
+ *              text (-1 and the library's text for its own failures).
+ * Each returns 0 when the request was accepted, -1 (and never calls back)
+ * when handle or a required argument is NULL. */
+
+/* The members of the running meeting, synchronously: blocks the calling
+ * thread until the service answers, at most 5 seconds. Never call it from a
+ * callback or listener (it would always wait out the 5 seconds).
+ *   out_members  out, required: receives the array, or NULL when there are
+ *                no members; the caller releases it with
+ *                Morvanta_FreeMemberList(*out_members, *out_count).
+ *   out_count    out, required: receives the number of members.
+ * Returns 0, also when the service failed or did not answer in time (then
+ * with NULL and 0: such a failure looks like an empty meeting); -1 when
+ * handle, out_members or out_count is NULL. */
+MORVANTA_API int Morvanta_Member_GetMemberList(MorvantaMemberManager_T* handle, MorvantaMember** out_members,
+                                               uint32_t* out_count);
+
+/* Mutes one member's microphone. */
+MORVANTA_API int Morvanta_Member_MuteMemberAudio(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                 MorvantaCallback callback, void* user_data);
+/* Asks one member to unmute the microphone. */
+MORVANTA_API int Morvanta_Member_UnmuteMemberAudio(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                   MorvantaCallback callback, void* user_data);
+/* Turns one member's camera off. */
+MORVANTA_API int Morvanta_Member_MuteMemberVideo(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                 MorvantaCallback callback, void* user_data);
+/* Asks one member to turn the camera on. */
+MORVANTA_API int Morvanta_Member_UnmuteMemberVideo(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                   MorvantaCallback callback, void* user_data);
+/* Mutes one member's camera and microphone together. */
+MORVANTA_API int Morvanta_Member_MuteVideoAndAudio(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                   MorvantaCallback callback, void* user_data);
+/* Asks one member to turn camera and microphone on together. */
+MORVANTA_API int Morvanta_Member_UnmuteVideoAndAudio(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                     MorvantaCallback callback, void* user_data);
+/* Stops one member's screen share. */
+MORVANTA_API int Morvanta_Member_StopMemberScreenShare(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                                       MorvantaCallback callback, void* user_data);
+/* Mutes every member's microphone. */
+MORVANTA_API int Morvanta_Member_MuteAllAudio(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                              void* user_data);
+/* Lifts the mute of every member's microphone. */
+MORVANTA_API int Morvanta_Member_UnmuteAllAudio(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                                void* user_data);
+/* Turns every member's camera off. */
+MORVANTA_API int Morvanta_Member_MuteAllVideo(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                              void* user_data);
+/* Lifts the camera mute of every member. */
+MORVANTA_API int Morvanta_Member_UnmuteAllVideo(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                                void* user_data);
+/* Raises the caller's hand. */
+MORVANTA_API int Morvanta_Member_HandsUp(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                         void* user_data);
+/* Lowers a hand: user_uuid names another member's; NULL or "" lowers the
+ * caller's own. */
+MORVANTA_API int Morvanta_Member_HandsDown(MorvantaMemberManager_T* handle, const char* user_uuid,
+                                           MorvantaCallback callback, void* user_data);
+/* Lowers every raised hand. */
+MORVANTA_API int Morvanta_Member_HandsDownAll(MorvantaMemberManager_T* handle, MorvantaCallback callback,
+                                              void* user_data);
+
 /* (end of Members) */
 
 /* ======================================================================
  * Audio
  * ====================================================================== */
+
+/* Local speakers and microphones. Unless a function says otherwise:
+ *   handle     required (a handle from Morvanta_GetAudioManager);
+ *   device_id  required, one of the ids of the matching device list;
+ *   callback   may be NULL: the request still runs, its outcome is only
+ *              logged. Otherwise it is called once, on the library's worker
+ *              thread, with 0 and "" on success or the service's code and
+ *              text (-1 and the library's text for its own failures).
+ * Each returns 0 when the request was accepted, -1 (and never calls back)
+ * when handle or a required argument is NULL. Functions that deliver a value
+ * require their callback. */
+
+/* A device list payload: an array of `count` devices, or NULL with 0 on
+ * failure or when there are none. The callee owns it: release with
+ * Morvanta_FreeDeviceList(devices, count). -9 and NULL when it could not be
+ * allocated. */
+typedef void (*MorvantaDeviceListCallback)(int code, const char* message, MorvantaDeviceInfo* devices,
+                                           uint32_t count, void* user_data);
+
+/* Lists the speakers. callback required. */
+MORVANTA_API int Morvanta_Audio_GetSpeakerDeviceList(MorvantaAudioManager_T* handle,
+                                                     MorvantaDeviceListCallback callback, void* user_data);
+/* The id of the speaker in use, as a string payload (Morvanta_FreeString).
+ * callback required. */
+MORVANTA_API int Morvanta_Audio_GetSpeakerDeviceId(MorvantaAudioManager_T* handle, MorvantaStringCallback callback,
+                                                   void* user_data);
+/* Chooses the speaker. */
+MORVANTA_API int Morvanta_Audio_SetSpeakerDevice(MorvantaAudioManager_T* handle, const char* device_id,
+                                                 MorvantaCallback callback, void* user_data);
+/* Chooses the speaker of the pre-meeting preview. The callback reports 0
+ * whenever the service answered at all, whatever the answer. */
+MORVANTA_API int Morvanta_Audio_SetSpeakerDevicePreview(MorvantaAudioManager_T* handle, const char* device_id,
+                                                        MorvantaCallback callback, void* user_data);
+/* The speaker volume as the callback's value (0 unless the code is 0).
+ * callback required. */
+MORVANTA_API int Morvanta_Audio_GetSpeakerVolume(MorvantaAudioManager_T* handle, MorvantaIntegerCallback callback,
+                                                 void* user_data);
+/* Sets the speaker volume (its range is the service's; values above
+ * 2147483647 arrive as negative numbers). The callback reports 0 whenever the
+ * service answered at all, whatever the answer. */
+MORVANTA_API int Morvanta_Audio_SetSpeakerVolume(MorvantaAudioManager_T* handle, uint32_t volume,
+                                                 MorvantaCallback callback, void* user_data);
+/* Lists the microphones. callback required. */
+MORVANTA_API int Morvanta_Audio_GetMicrophoneDeviceList(MorvantaAudioManager_T* handle,
+                                                        MorvantaDeviceListCallback callback, void* user_data);
+/* The id of the microphone in use, as a string payload
+ * (Morvanta_FreeString). callback required. */
+MORVANTA_API int Morvanta_Audio_GetMicrophoneDeviceId(MorvantaAudioManager_T* handle,
+                                                      MorvantaStringCallback callback, void* user_data);
+/* Chooses the microphone. */
+MORVANTA_API int Morvanta_Audio_SetMicrophoneDevice(MorvantaAudioManager_T* handle, const char* device_id,
+                                                    MorvantaCallback callback, void* user_data);
+/* Chooses the microphone of the pre-meeting preview. */
+MORVANTA_API int Morvanta_Audio_SetMicrophoneDevicePreview(MorvantaAudioManager_T* handle, const char* device_id,
+                                                           MorvantaCallback callback, void* user_data);
+/* The microphone volume as the callback's value. callback required. The
+ * service's answer is read as a plain number only: any other answer, a
+ * refusal included, arrives as code 0 with the value 0. */
+MORVANTA_API int Morvanta_Audio_GetMicrophoneVolume(MorvantaAudioManager_T* handle,
+                                                    MorvantaIntegerCallback callback, void* user_data);
+/* The level of the microphone preview (during a microphone test), read like
+ * Morvanta_Audio_GetMicrophoneVolume. callback required. */
+MORVANTA_API int Morvanta_Audio_GetMicrophoneVolumePreview(MorvantaAudioManager_T* handle,
+                                                           MorvantaIntegerCallback callback, void* user_data);
+/* Sets the microphone volume (values above 2147483647 arrive as negative
+ * numbers). */
+MORVANTA_API int Morvanta_Audio_SetMicrophoneVolume(MorvantaAudioManager_T* handle, uint32_t volume,
+                                                    MorvantaCallback callback, void* user_data);
+/* Mutes the local microphone. The callback reports 0 whenever the service
+ * answered at all, whatever the answer. */
+MORVANTA_API int Morvanta_Audio_MuteMyAudio(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                            void* user_data);
+/* Unmutes the local microphone. */
+MORVANTA_API int Morvanta_Audio_UnmuteMyAudio(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                              void* user_data);
+/* Starts capturing the chosen microphone for a level test
+ * (Morvanta_Audio_GetMicrophoneVolumePreview reads the level). */
+MORVANTA_API int Morvanta_Audio_StartMicrophoneDeviceTest(MorvantaAudioManager_T* handle,
+                                                          MorvantaCallback callback, void* user_data);
+/* Ends the microphone test. */
+MORVANTA_API int Morvanta_Audio_StopMicrophoneDeviceTest(MorvantaAudioManager_T* handle,
+                                                         MorvantaCallback callback, void* user_data);
+/* Plays audio_resource (required; what it names is the service's matter)
+ * on the chosen speaker. */
+MORVANTA_API int Morvanta_Audio_StartSpeakerDeviceTest(MorvantaAudioManager_T* handle, const char* audio_resource,
+                                                       MorvantaCallback callback, void* user_data);
+/* Ends the speaker test. */
+MORVANTA_API int Morvanta_Audio_StopSpeakerDeviceTest(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                                      void* user_data);
+/* Turns audio effects on. */
+MORVANTA_API int Morvanta_Audio_EnableAudioEffect(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                                  void* user_data);
+/* Sets one audio effect; the meanings of type and value are the service's. */
+MORVANTA_API int Morvanta_Audio_SetAudioEffect(MorvantaAudioManager_T* handle, int type, int value,
+                                               MorvantaCallback callback, void* user_data);
+/* Turns the AI noise filter on. */
+MORVANTA_API int Morvanta_Audio_EnableAIDenoise(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                                void* user_data);
+/* Turns the AI noise filter off. */
+MORVANTA_API int Morvanta_Audio_DisableAIDenoise(MorvantaAudioManager_T* handle, MorvantaCallback callback,
+                                                 void* user_data);
 
 /* (end of Audio) */
 
@@ -491,23 +660,284 @@ MORVANTA_API int Morvanta_Account_UpdateNickname(MorvantaAccountManager_T* handl
  * Video
  * ====================================================================== */
 
+/* Cameras, video canvases and remote video. Unless a function says
+ * otherwise:
+ *   handle     required (a handle from Morvanta_GetVideoManager);
+ *   device_id  required, one of the ids of the camera list;
+ *   user_uuid  required, a member of the meeting;
+ *   view       the native window to draw into, or NULL to detach the canvas.
+ *              Only the handle's value is passed on (as 8 bytes); the
+ *              library does not use the window itself;
+ *   callback   may be NULL: the request still runs, its outcome is only
+ *              logged. Otherwise it is called once, on the library's worker
+ *              thread, with 0 and "" on success or the service's code and
+ *              text (-1 and the library's text for its own failures).
+ * Each returns 0 when the request was accepted, -1 (and never calls back)
+ * when handle or a required argument is NULL. The device list and string
+ * callbacks are those of the audio family. */
+
+/* Lists the cameras. callback required. */
+MORVANTA_API int Morvanta_Video_GetCameraDeviceList(MorvantaVideoManager_T* handle,
+                                                    MorvantaDeviceListCallback callback, void* user_data);
+/* The id of the camera in use, as a string payload (Morvanta_FreeString).
+ * callback required. */
+MORVANTA_API int Morvanta_Video_GetCameraDeviceId(MorvantaVideoManager_T* handle, MorvantaStringCallback callback,
+                                                  void* user_data);
+/* Chooses the camera. */
+MORVANTA_API int Morvanta_Video_SetCameraDevice(MorvantaVideoManager_T* handle, const char* device_id,
+                                                MorvantaCallback callback, void* user_data);
+/* Chooses the camera of the pre-meeting preview. */
+MORVANTA_API int Morvanta_Video_SetCameraDevicePreview(MorvantaVideoManager_T* handle, const char* device_id,
+                                                       MorvantaCallback callback, void* user_data);
+/* Draws the local camera into view (NULL detaches). */
+MORVANTA_API int Morvanta_Video_SetupLocalVideoCanvas(MorvantaVideoManager_T* handle, void* view,
+                                                      MorvantaCallback callback, void* user_data);
+/* Draws the camera preview into view (NULL detaches). */
+MORVANTA_API int Morvanta_Video_SetupVideoPreviewCanvas(MorvantaVideoManager_T* handle, void* view,
+                                                        MorvantaCallback callback, void* user_data);
+/* Draws a member's camera into view (NULL detaches). */
+MORVANTA_API int Morvanta_Video_SetupRemoteVideoCanvas(MorvantaVideoManager_T* handle, const char* user_uuid,
+                                                       void* view, MorvantaCallback callback, void* user_data);
+/* Draws a member's screen-share stream into view (NULL detaches). */
+MORVANTA_API int Morvanta_Video_SetupRemoteVideoSubStreamCanvas(MorvantaVideoManager_T* handle,
+                                                                const char* user_uuid, void* view,
+                                                                MorvantaCallback callback, void* user_data);
+/* Starts the camera preview. */
+MORVANTA_API int Morvanta_Video_StartVideoPreview(MorvantaVideoManager_T* handle, MorvantaCallback callback,
+                                                  void* user_data);
+/* Stops the camera preview. */
+MORVANTA_API int Morvanta_Video_StopVideoPreview(MorvantaVideoManager_T* handle, MorvantaCallback callback,
+                                                 void* user_data);
+/* Turns the local camera off in the meeting. */
+MORVANTA_API int Morvanta_Video_MuteMyVideo(MorvantaVideoManager_T* handle, MorvantaCallback callback,
+                                            void* user_data);
+/* Turns the local camera on in the meeting. */
+MORVANTA_API int Morvanta_Video_UnmuteMyVideo(MorvantaVideoManager_T* handle, MorvantaCallback callback,
+                                              void* user_data);
+/* Sets resolution and frame rate (their meanings are the service's). Sent
+ * and forgotten: no outcome reaches the caller. Returns 0, also when the
+ * library is not running; -1 when handle is NULL. */
+MORVANTA_API int Morvanta_Video_SetVideoProfile(MorvantaVideoManager_T* handle, int resolution, int frame_rate);
+/* Subscribes to a member's camera stream of stream_type (the service's
+ * numbers). */
+MORVANTA_API int Morvanta_Video_SubscribeRemoteVideoStream(MorvantaVideoManager_T* handle, const char* user_uuid,
+                                                           int stream_type, MorvantaCallback callback,
+                                                           void* user_data);
+/* Ends a subscription to a member's camera stream of stream_type. */
+MORVANTA_API int Morvanta_Video_UnsubscribeRemoteVideoStream(MorvantaVideoManager_T* handle, const char* user_uuid,
+                                                             int stream_type, MorvantaCallback callback,
+                                                             void* user_data);
+/* Subscribes to a member's screen-share stream. */
+MORVANTA_API int Morvanta_Video_SubscribeRemoteVideoSubStream(MorvantaVideoManager_T* handle, const char* user_uuid,
+                                                              MorvantaCallback callback, void* user_data);
+/* Ends a subscription to a member's screen-share stream. */
+MORVANTA_API int Morvanta_Video_UnsubscribeRemoteVideoSubStream(MorvantaVideoManager_T* handle,
+                                                                const char* user_uuid, MorvantaCallback callback,
+                                                                void* user_data);
+/* Morvanta_Video_RemoveLocalVideoCanvas has C++ linkage: see the end of
+ * this header. */
+
 /* (end of Video) */
 
 /* ======================================================================
  * Chatroom
+ *
+ * The meeting's chat: text and file messages, to everyone or privately to
+ * some members, recall, and the transfer of attachments. Unlike the other
+ * families, this one reports every success with the message "Success"
+ * (never "").
+ *
+ * For all functions: handle and the options or message record must not be
+ * NULL; callback may be NULL (the operation still runs, its outcome is only
+ * logged). Returns 0 when accepted, -1 for a refused argument (no callback
+ * then). The callback runs once, on the library's worker thread, and must
+ * not block or call a synchronous query; failures found before any work
+ * starts (library not running) are reported on the calling thread. The
+ * caller's records and strings are copied before the function returns.
  * ====================================================================== */
+
+/* The outcome of a send: on success code 0, "Success" and the message as the
+ * service recorded it (owned by the callee: release with
+ * Morvanta_FreeChatMessage). On failure the code, its text and NULL; -9 with
+ * "Failed to allocate MorvantaChatMessage" when the record could not be
+ * built. */
+typedef void (*MorvantaChatMessageCallback)(int code, const char* message, MorvantaChatMessage* sent,
+                                            void* user_data);
+
+/* A text message. The message is private when is_private is 1 and receivers
+ * are given. */
+typedef struct MorvantaChatroomTextMessageOptions {
+  const char* id_client;            /* the caller's own id for the message, passed on as given; NULL as "" */
+  const char* text;                 /* required */
+  int8_t is_private;                /* tri-state; negative: not sent */
+  const char** to_user_uuid_list;   /* receivers; may be NULL */
+  int to_user_uuid_count;           /* entries at to_user_uuid_list; 0 or below: none (not sent) */
+} MorvantaChatroomTextMessageOptions;
+
+/* A file or image message. */
+typedef struct MorvantaChatroomSendFileMessageOptions {
+  const char* id_client;            /* as in the text options */
+  int type;                         /* 1: an image; any other value: a file */
+  const char* url;                  /* the file's location; NULL as "" */
+  uint64_t size;                    /* bytes */
+  uint32_t width;                   /* pixels, for an image */
+  uint32_t height;
+  int8_t is_private;                /* tri-state; negative: not sent */
+  const char** to_user_uuid_list;   /* receivers; may be NULL */
+  int to_user_uuid_count;
+} MorvantaChatroomSendFileMessageOptions;
+
+/* Sends a text message. -1 when handle, options or options->text is NULL.
+ * Callback: MorvantaChatMessageCallback, with the sent message. */
+MORVANTA_API int Morvanta_Chatroom_SendTextMessage(MorvantaChatroomManager_T* handle,
+                                                   const MorvantaChatroomTextMessageOptions* options,
+                                                   MorvantaChatMessageCallback callback, void* user_data);
+
+/* Sends a file or an image by its url. -1 when handle or options is NULL.
+ * Callback: MorvantaChatMessageCallback, with the sent message. */
+MORVANTA_API int Morvanta_Chatroom_SendFileMessage(MorvantaChatroomManager_T* handle,
+                                                   const MorvantaChatroomSendFileMessageOptions* options,
+                                                   MorvantaChatMessageCallback callback, void* user_data);
+
+/* The functions below take a message as the library gave it (a sent message
+ * or a received one); the record stays the caller's. NULL strings in it
+ * count as unset or empty. Their callback gets code 0 and "Success" for
+ * every call the service accepted, whatever it answered, else a failure
+ * code and its text. */
+
+/* Recalls (withdraws) a sent message. -1 when handle or message is NULL. */
+MORVANTA_API int Morvanta_Chatroom_RecallMessage(MorvantaChatroomManager_T* handle, const MorvantaChatMessage* message,
+                                                 MorvantaCallback callback, void* user_data);
+
+/* Cancels the upload of a file message still being sent. -1 when handle or
+ * message is NULL. */
+MORVANTA_API int Morvanta_Chatroom_CancelSendFileMessage(MorvantaChatroomManager_T* handle,
+                                                         const MorvantaChatMessage* message, MorvantaCallback callback,
+                                                         void* user_data);
+
+/* Starts downloading the attachment of a file or image message to save_path
+ * (copied). The callback reports that the download was accepted; its
+ * progress is the service's to report. -1 when handle, message or save_path
+ * is NULL. */
+MORVANTA_API int Morvanta_Chatroom_DownloadAttachment(MorvantaChatroomManager_T* handle,
+                                                      const MorvantaChatMessage* message, const char* save_path,
+                                                      MorvantaCallback callback, void* user_data);
+
+/* Cancels a running attachment download. -1 when handle or message is NULL. */
+MORVANTA_API int Morvanta_Chatroom_CancelDownloadAttachment(MorvantaChatroomManager_T* handle,
+                                                            const MorvantaChatMessage* message,
+                                                            MorvantaCallback callback, void* user_data);
 
 /* (end of Chatroom) */
 
 /* ======================================================================
  * Security
+ *
+ * Who may chat in the meeting. Permissions are the service's own text
+ * names (such as "freeChat" or "noChat" in the sandbox service), passed on
+ * and handed back unchanged. Callbacks run once, on the library's worker
+ * thread, and must not block or call a synchronous query; failures found
+ * before any work starts (library not running) are reported on the calling
+ * thread.
  * ====================================================================== */
+
+/* A record payload: the permissions, or NULL on failure. The callee owns it:
+ * release with Morvanta_FreeChatroomPermission. */
+typedef void (*MorvantaChatroomPermissionCallback)(int code, const char* message,
+                                                   MorvantaChatroomPermission* permission, void* user_data);
+
+/* Changes the chat permissions of the meeting room (cr_perm) and of the
+ * waiting room (wt_pr_chat). Either may be NULL or "": that permission is
+ * left as it is (with both unset the service still gets the request).
+ * Strings are copied. -1 when handle is NULL; callback may be NULL. */
+MORVANTA_API int Morvanta_Security_ChangeChatroomPermission(MorvantaSecurityManager_T* handle, const char* cr_perm,
+                                                            const char* wt_pr_chat, MorvantaCallback callback,
+                                                            void* user_data);
+
+/* Reads the chat permissions. -1 when handle or callback is NULL. The
+ * callback gets the record on success; a service answer without one is -1
+ * with "Missing data field in result" or "Missing data field". */
+MORVANTA_API int Morvanta_Security_GetChatroomPermission(MorvantaSecurityManager_T* handle,
+                                                         MorvantaChatroomPermissionCallback callback,
+                                                         void* user_data);
 
 /* (end of Security) */
 
 /* ======================================================================
  * Screen share
+ *
+ * Capture sources, sharing a screen or window, sharing system audio. Every
+ * call the service accepts is a success (code 0, message ""), whatever it
+ * answered; a failure is -1 with the service's error text. Returns 0 when
+ * accepted, -1 for a refused argument (no callback then). Callbacks run
+ * once, on the library's worker thread, and must not block or call a
+ * synchronous query; failures found before any work starts (library not
+ * running) are reported on the calling thread.
  * ====================================================================== */
+
+/* A list payload: the sources and their number (NULL and 0 for none or on
+ * failure). The callee owns the array: release it with
+ * Morvanta_FreeScreenCaptureSourceList and the same count. -9 with
+ * "Failed to allocate screen capture source list" when it could not be
+ * built. */
+typedef void (*MorvantaScreenCaptureSourceListCallback)(int code, const char* message,
+                                                        MorvantaScreenCaptureSource* sources, uint32_t count,
+                                                        void* user_data);
+
+/* Options of Morvanta_ScreenShare_StartScreenShare. Unset fields (negative
+ * numbers, NULL strings) are not sent; flags are tri-state. */
+typedef struct MorvantaScreenShareConfig {
+  int need_request_meeting_server_screen_share; /* tri-state */
+  const char* source_id;                        /* a capture source's id, as text */
+  int resolution;
+  int frame_rate;
+  int limit_frame_rate;
+  const char* video_profile;
+  int is_app;                  /* tri-state */
+  const char* force_display_surface;
+  int prefer_motion;           /* tri-state */
+  int is_linux;                /* tri-state */
+} MorvantaScreenShareConfig;
+
+typedef struct MorvantaStopScreenShareConfig {
+  int need_request_meeting_server_screen_share; /* tri-state */
+} MorvantaStopScreenShareConfig;
+
+/* Lists the screens and windows that can be shared, with their icons and
+ * thumbnails where the service gives them. -1 when handle or callback is
+ * NULL. */
+MORVANTA_API int Morvanta_ScreenShare_GetScreenCaptureSourceList(MorvantaScreenShareManager_T* handle,
+                                                                 MorvantaScreenCaptureSourceListCallback callback,
+                                                                 void* user_data);
+
+/* Starts sharing. config (copied) is required; -1 when handle or config is
+ * NULL. callback may be NULL. */
+MORVANTA_API int Morvanta_ScreenShare_StartScreenShare(MorvantaScreenShareManager_T* handle,
+                                                       const MorvantaScreenShareConfig* config,
+                                                       MorvantaCallback callback, void* user_data);
+
+/* Stops sharing. config may be NULL: the service then gets no options at
+ * all. -1 when handle is NULL; callback may be NULL. */
+MORVANTA_API int Morvanta_ScreenShare_StopScreenShare(MorvantaScreenShareManager_T* handle,
+                                                      const MorvantaStopScreenShareConfig* config,
+                                                      MorvantaCallback callback, void* user_data);
+
+/* Asks the service to share the system's sound with the screen; need_audio
+ * is passed on as a flag (0 false, any other value true). -1 when handle is
+ * NULL; callback may be NULL. */
+MORVANTA_API int Morvanta_ScreenShare_StartShareSystemAudio(MorvantaScreenShareManager_T* handle, int need_audio,
+                                                            MorvantaCallback callback, void* user_data);
+
+/* Installs the driver that captures system sound. -1 when handle is NULL;
+ * callback may be NULL. */
+MORVANTA_API int Morvanta_ScreenShare_InstallAudioCaptureDriver(MorvantaScreenShareManager_T* handle,
+                                                                MorvantaCallback callback, void* user_data);
+
+/* Reads the service's text about the current share ("" when it gave none).
+ * -1 when handle or callback is NULL. The callback's value is owned by the
+ * callee: release it with Morvanta_FreeString. */
+MORVANTA_API int Morvanta_ScreenShare_GetScreenShareMessage(MorvantaScreenShareManager_T* handle,
+                                                            MorvantaStringCallback callback, void* user_data);
 
 /* (end of Screen share) */
 
@@ -515,23 +945,273 @@ MORVANTA_API int Morvanta_Account_UpdateNickname(MorvantaAccountManager_T* handl
  * Pre-meeting (scheduling)
  * ====================================================================== */
 
+/* Callbacks of this family run on the library's worker thread (see Threads
+ * above). Meeting ids are the service's numbers; ids above 2^53 lose
+ * precision on the way to the service, which takes numbers as doubles. */
+
+/* A scheduled meeting, or NULL on failure. The callee owns it: release with
+ * Morvanta_FreePreMeetingInfo. */
+typedef void (*MorvantaPreMeetingInfoCallback)(int code, const char* message, MorvantaMeetingInfo* info,
+                                               void* user_data);
+/* Scheduled meetings: NULL and 0 for an empty list or a failure. The callee
+ * owns the array: release with Morvanta_FreeMeetingList(meetings, count). */
+typedef void (*MorvantaMeetingListCallback)(int code, const char* message, MorvantaMeetingInfo* meetings,
+                                            int32_t count, void* user_data);
+/* The members scheduled into a meeting: NULL and 0 for none or a failure.
+ * Release with Morvanta_FreeScheduledMembers(members, count). */
+typedef void (*MorvantaScheduledMemberListCallback)(int code, const char* message, MorvantaScheduledMember* members,
+                                                    int32_t count, void* user_data);
+
+/* A member to schedule into a meeting. `role` is a role text ("host",
+ * "evaluator", "bidder", "supervise"); NULL or another text reads as "host". */
+typedef struct MorvantaScheduledMemberOption {
+  const char* user_uuid;
+  const char* role;
+} MorvantaScheduledMemberOption;
+
+/* The settings of a new meeting. Times are milliseconds since the epoch.
+ * Only subject, start_time, end_time, password and enable_waiting_room reach
+ * the service; the remaining fields are accepted but not sent by this
+ * version. */
+typedef struct MorvantaPreMeetingCreateOptions {
+  const char* subject;             /* NULL is sent as "" */
+  int64_t start_time;              /* negative: not sent */
+  int64_t end_time;                /* negative: not sent */
+  const char* password;            /* NULL: not sent */
+  int32_t enable_waiting_room;     /* tri-state; negative: not sent */
+  int32_t enable_join_before_host; /* tri-state; not sent when scheduling */
+  const MorvantaScheduledMemberOption* scheduled_members; /* may be NULL; not sent */
+  int32_t scheduled_member_count;  /* entries at scheduled_members */
+  int32_t no_chat;                 /* tri-state; not sent */
+  int32_t no_cloud_record;         /* tri-state; not sent */
+} MorvantaPreMeetingCreateOptions;
+
+/* The changes to a scheduled meeting: only the fields that are set are sent
+ * (a NULL string or a negative number is "not set"); scheduled_members,
+ * no_chat and no_cloud_record are not sent by this version. */
+typedef struct MorvantaPreMeetingEditOptions {
+  const char* subject;             /* NULL: unchanged */
+  int64_t start_time;
+  int64_t end_time;
+  const char* password;
+  int32_t enable_waiting_room;     /* tri-state */
+  int32_t enable_join_before_host; /* tri-state */
+  const MorvantaScheduledMemberOption* scheduled_members;
+  int32_t scheduled_member_count;
+  int32_t no_chat;
+  int32_t no_cloud_record;
+} MorvantaPreMeetingEditOptions;
+
+/* One page of the meeting list. The meaning of the state numbers is the
+ * service's. */
+typedef struct MorvantaMeetingListParams {
+  const int* states; /* filter; not sent when NULL or state_count < 1 */
+  int state_count;
+  int offset;        /* negative: not sent */
+  int size;          /* negative: not sent */
+} MorvantaMeetingListParams;
+
+/* Schedules a meeting. -1 when handle, options or callback is NULL. The
+ * callback receives the new meeting (its meeting_id and meeting_num name it
+ * in later calls). */
+MORVANTA_API int Morvanta_PreMeeting_ScheduleMeeting(MorvantaPreMeetingManager_T* handle,
+                                                     const MorvantaPreMeetingCreateOptions* options,
+                                                     MorvantaPreMeetingInfoCallback callback, void* user_data);
+
+/* Changes a scheduled meeting; an options record with nothing set sends an
+ * empty change. -1 when handle or options is NULL; callback may be NULL (the
+ * edit still runs). */
+MORVANTA_API int Morvanta_PreMeeting_EditMeeting(MorvantaPreMeetingManager_T* handle, int64_t meeting_id,
+                                                 const MorvantaPreMeetingEditOptions* options,
+                                                 MorvantaCallback callback, void* user_data);
+
+/* Cancels a scheduled meeting. cancel_recurring is a tri-state: negative
+ * leaves the choice to the service, otherwise it says whether the whole
+ * recurring series is cancelled. -1 when handle is NULL; callback may be
+ * NULL. */
+MORVANTA_API int Morvanta_PreMeeting_CancelMeeting(MorvantaPreMeetingManager_T* handle, int64_t meeting_id,
+                                                   int cancel_recurring, MorvantaCallback callback,
+                                                   void* user_data);
+
+/* Lists scheduled meetings, one page at a time. params may be NULL (the
+ * service's default page). -1 when handle or callback is NULL. */
+MORVANTA_API int Morvanta_PreMeeting_GetMeetingListBySize(MorvantaPreMeetingManager_T* handle,
+                                                          const MorvantaMeetingListParams* params,
+                                                          MorvantaMeetingListCallback callback, void* user_data);
+
+/* Reads one scheduled meeting by its meeting number. -1 when handle,
+ * meeting_num or callback is NULL. */
+MORVANTA_API int Morvanta_PreMeeting_GetMeetingInfoByMeetingNum(MorvantaPreMeetingManager_T* handle,
+                                                                const char* meeting_num,
+                                                                MorvantaPreMeetingInfoCallback callback,
+                                                                void* user_data);
+
+/* Reads the members scheduled into a meeting, by its meeting number. -1
+ * when handle, meeting_num or callback is NULL. */
+MORVANTA_API int Morvanta_PreMeeting_GetScheduledMembers(MorvantaPreMeetingManager_T* handle,
+                                                         const char* meeting_num,
+                                                         MorvantaScheduledMemberListCallback callback,
+                                                         void* user_data);
+
 /* (end of Pre-meeting (scheduling)) */
 
 /* ======================================================================
  * Invite
  * ====================================================================== */
 
+/* Accounts found for an invitation: NULL and 0 when none were found or on
+ * failure. Unlike other families, `message` is NULL (not "") when there is
+ * no text, on success in particular. The callee owns the array: release with
+ * Morvanta_FreeAccountList(accounts, count). Runs on the library's worker
+ * thread. */
+typedef void (*MorvantaAccountListCallback)(int code, const char* message, MorvantaSearchAccountInfo* accounts,
+                                            int32_t count, void* user_data);
+
+/* Looks up accounts by user id. NULL entries of user_uuids are skipped;
+ * unknown ids are left out of the answer. An answer the library cannot read
+ * is code -1 with a message naming the fault. -1 when handle, user_uuids or
+ * callback is NULL, or count is below 1. */
+MORVANTA_API int Morvanta_Invite_GetAccountInfoList(MorvantaInviteManager_T* handle, const char** user_uuids,
+                                                    int32_t count, MorvantaAccountListCallback callback,
+                                                    void* user_data);
+
+/* Looks up the accounts registered with a phone number; no match is a
+ * success with an empty list. -1 when handle, phone or callback is NULL. */
+MORVANTA_API int Morvanta_Invite_SearchAccountByPhone(MorvantaInviteManager_T* handle, const char* phone,
+                                                      MorvantaAccountListCallback callback, void* user_data);
+
 /* (end of Invite) */
 
 /* ======================================================================
  * Meetings
+ *
+ * The library keeps no meeting state: create, join, leave and end may be
+ * called in any order and the service decides. Option strings are copied
+ * before the call returns.
  * ====================================================================== */
+
+/* A video profile sent with a new meeting. */
+typedef struct MorvantaVideoProfile {
+  int32_t resolution;
+  int32_t frameRate;
+} MorvantaVideoProfile;
+
+typedef struct MorvantaCloudRecordConfig {
+  int32_t enable; /* 0 false, other values true */
+} MorvantaCloudRecordConfig;
+
+/* Options of Morvanta_Meeting_CreateMeeting. Strings: NULL means not sent
+ * (meetingNum and nickname are sent as "" instead). Integers: negative
+ * means not sent, 0 false, positive true. Pointers: NULL means not sent. */
+typedef struct MorvantaMeetingCreateOptions {
+  const char* meetingNum;
+  const char* nickname;
+  const char* subject; /* required, not empty */
+  const char* password;
+  const char* memberTag;
+  int32_t noChat;
+  int32_t noWhiteboard;
+  int32_t noCaptions;
+  const char* orgName;
+  const char* avatar;
+  const MorvantaVideoProfile* videoProfile;
+  int32_t joinTimeout;
+  const char* session;
+  int32_t subType;
+  int64_t startTime;
+  int64_t endTime;
+  int32_t enableWaitingRoom;
+  const MorvantaCloudRecordConfig* cloudRecordConfig;
+} MorvantaMeetingCreateOptions;
+
+/* Options of Morvanta_Meeting_JoinMeeting; NULL userUuid/nickname are sent as "". */
+typedef struct MorvantaMeetingJoinOptions {
+  const char* meetingNum; /* required, not empty */
+  const char* userUuid;
+  const char* nickname;
+} MorvantaMeetingJoinOptions;
+
+/* Creates a meeting and enters it. -1 when the handle, options or subject is
+ * NULL/empty. The callback (may be NULL) receives the outcome on the worker
+ * thread; meeting listeners are re-attached to the new meeting first. */
+MORVANTA_API int Morvanta_Meeting_CreateMeeting(MorvantaMeetingManager_T* handle,
+                                                const MorvantaMeetingCreateOptions* options,
+                                                MorvantaCallback callback, void* user_data);
+
+/* Joins a meeting by number. -1 when the handle, options or meetingNum is NULL/empty. */
+MORVANTA_API int Morvanta_Meeting_JoinMeeting(MorvantaMeetingManager_T* handle,
+                                              const MorvantaMeetingJoinOptions* options,
+                                              MorvantaCallback callback, void* user_data);
+
+/* Enters the meeting after the host admitted the caller from the waiting room. */
+MORVANTA_API int Morvanta_Meeting_RejoinAfterAdmittedToRoom(MorvantaMeetingManager_T* handle,
+                                                            MorvantaCallback callback, void* user_data);
+
+/* Leaves the meeting; `flag` (non-zero true) is passed to the service as is. */
+MORVANTA_API int Morvanta_Meeting_LeaveMeeting(MorvantaMeetingManager_T* handle, int32_t flag,
+                                               MorvantaCallback callback, void* user_data);
+
+/* Ends the meeting for everyone (host only, as the service decides). */
+MORVANTA_API int Morvanta_Meeting_EndMeeting(MorvantaMeetingManager_T* handle, MorvantaCallback callback,
+                                             void* user_data);
+
+/* Reads the current meeting synchronously (up to 10 s). On 0, *out_info is
+ * a record the caller releases with Morvanta_FreeMeetingInfo. Returns -1 for
+ * a NULL handle or out pointer, -999 with *out_info NULL when not in a
+ * meeting or on any fault. Never call it from a callback or listener. */
+MORVANTA_API int Morvanta_Meeting_GetMeetingInfo(MorvantaMeetingManager_T* handle,
+                                                 MorvantaMeetingSDKInfo** out_info);
+
+/* Asks the service to release the meeting's resources; returns at once. */
+MORVANTA_API int Morvanta_Meeting_ReleaseMeeting(MorvantaMeetingManager_T* handle);
 
 /* (end of Meetings) */
 
 /* ======================================================================
  * Meeting events
+ *
+ * Listener functions run on the library's worker thread, one at a time per
+ * channel (a mutex of this channel is held through them). Pointers they
+ * receive are valid only during the call: copy what you keep. A listener
+ * must not add or remove a meeting listener, and must not call the
+ * synchronous queries. Every field may be NULL.
  * ====================================================================== */
+
+typedef struct MorvantaMeetingListener {
+  void* reserved1; /* never called */
+  /* Called once per member who entered the meeting. */
+  void (*onMemberJoinMeeting)(const MorvantaMember* member, void* user_data);
+  /* Called once per member who left the meeting. */
+  void (*onMemberLeaveMeeting)(const MorvantaMember* member, void* user_data);
+  void* reserved2; /* never called */
+  void (*onMemberAudioMuteChanged)(const char* user_uuid, bool mute, void* user_data);
+  void (*onMemberVideoMuteChanged)(const char* user_uuid, bool mute, void* user_data);
+  void (*onRoomEnded)(const char* reason, const char* extra, void* user_data);
+  void (*onMemberAudioConnectStateChanged)(const MorvantaMember* member, bool is_audio_connected,
+                                           void* user_data);
+  /* Whole batches: an array of `count` members. */
+  void (*onMemberJoinChatroom)(const MorvantaMember* members, uint32_t count, void* user_data);
+  void (*onMemberLeaveChatroom)(const MorvantaMember* members, uint32_t count, void* user_data);
+  /* `operate_by` may be NULL. */
+  void (*onMemberScreenShareStateChanged)(const MorvantaMember* member, bool is_sharing,
+                                          const MorvantaMember* operate_by, void* user_data);
+  void (*onReceiveChatroomMessages)(const MorvantaChatMessage* messages, uint32_t count, void* user_data);
+  void (*onMemberChatBanStateChanged)(const MorvantaMember* member, bool banned, int32_t duration,
+                                      const char* notify_ext, const MorvantaMember* operate_by,
+                                      void* user_data);
+  void* user_data; /* handed back to every call */
+} MorvantaMeetingListener;
+
+/* Adds a copy of `listener` (the same record added twice is called twice).
+ * The first listener attaches the service listener; this call may block up
+ * to 1.5 s. Returns -1 for a NULL/invalid handle or NULL listener. */
+MORVANTA_API int Morvanta_Meeting_AddMeetingListener(MorvantaMeetingManager_T* handle,
+                                                     const MorvantaMeetingListener* listener);
+
+/* Removes the record equal, field by field, to `listener`. Returns -1 for a
+ * bad handle, a NULL listener or no equal record. */
+MORVANTA_API int Morvanta_Meeting_RemoveMeetingListener(MorvantaMeetingManager_T* handle,
+                                                        const MorvantaMeetingListener* listener);
 
 /* (end of Meeting events) */
 
@@ -575,6 +1255,14 @@ MORVANTA_API int Morvanta_Account_LoginBySmsCode(MorvantaAccountManager_T* handl
                                                  const MorvantaLoginBySmsCodeOptions* options,
                                                  void (*callback)(int, const char*, MorvantaAccountInfo*, void*),
                                                  void* user_data);
+
+/* Detaches the local camera from its canvas. Exported with C++ linkage, not
+ * C linkage: only C++ callers (or a lookup of the decorated symbol) reach it.
+ * -1 when handle is NULL; callback may be NULL. The callback reports 0
+ * whenever the service answered at all, whatever the answer; on the
+ * library's worker thread. */
+MORVANTA_API int Morvanta_Video_RemoveLocalVideoCanvas(MorvantaVideoManager_T* handle,
+                                                       void (*callback)(int, const char*, void*), void* user_data);
 
 /* (C++-linkage exports of other families go here) */
 #endif

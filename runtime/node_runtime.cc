@@ -289,9 +289,14 @@ bool NodeRuntime::CreateEnvironmentSetup(const std::vector<std::string>& process
   const std::vector<std::string>& env_args = init_result_ ? init_result_->args() : process_args;
   const std::vector<std::string> no_exec_args;
   const std::vector<std::string>& exec_args = init_result_ ? init_result_->exec_args() : no_exec_args;
+  // The environment owns the process state but not the inspector: with the
+  // inspector (as the default flags would have it) Node starts a SIGUSR1
+  // watchdog thread for every environment and never ends it, so each
+  // re-initialisation would leave one more thread behind. The bridge passes
+  // no inspector options, so nothing is lost.
   setup_ = node::CommonEnvironmentSetup::Create(
       platform_, &errors, env_args, exec_args,
-      static_cast<node::EnvironmentFlags::Flags>(node::EnvironmentFlags::kDefaultFlags),
+      static_cast<node::EnvironmentFlags::Flags>(node::EnvironmentFlags::kOwnsProcessState),
       node::ThreadId{});
   if (!setup_) {
     for (const std::string& err : errors) {

@@ -1,0 +1,65 @@
+#include "meeting/event_channel.h"
+
+
+namespace morvanta {
+
+JSValue ParseChannelJson(const char* tag, const std::string& text) {
+  try {
+    JSValue value;
+    std::string error;
+    size_t offset = 0;
+    if (!TryParseJson(text, value, &error, &offset)) {
+      log::Error(tag, " ❌ JSON parse error: ", error, " at offset ", offset);
+      return JSValue();
+    }
+    return value;
+  } catch (...) {
+    log::Error(tag, " Exception in ParseJSONString");
+    return JSValue();
+  }
+}
+
+bool RunChannelScript(const std::shared_ptr<JSBridgeAdapter>& bridge, const std::string& script,
+                      std::chrono::milliseconds limit, JSResult* out) {
+  if (!bridge || !bridge->IsInitialized()) return false;
+  struct Shared {
+    std::mutex mutex;
+    std::condition_variable cv;
+    bool done = false;
+    JSResult result;
+  };
+  auto shared = std::make_shared<Shared>();
+  bridge->ExecuteJS(script, [shared](const JSResult& r) {
+    std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->result = r;
+    shared->done = true;
+    shared->cv.notify_all();
+  });
+  std::unique_lock<std::mutex> lock(shared->mutex);
+  if (!shared->cv.wait_for(lock, limit, [&] { return shared->done; })) return false;
+  if (out) *out = shared->result;
+  return true;
+}
+
+JSValue ScriptValue(const JSResult& result) {
+  // A script's object answer arrives as JSON text (the synchronous path).
+  if (result.value.IsString()) return ParseJsonToJSValue(result.value.stringValue);
+  return result.value;
+}
+
+bool ScriptSucceeded(const JSResult& result, std::string* error) {
+  if (!result.success) {
+    if (error) *error = result.error;
+    return false;
+  }
+  const JSValue value = ScriptValue(result);
+  const JSValue* ok = value.Find("success");
+  if (ok && ok->IsBool() && ok->boolValue) return true;
+  if (error) {
+    const JSValue* text = value.Find("error");
+    *error = text && text->IsString() ? text->stringValue : "unknown error";
+  }
+  return false;
+}
+
+}  // namespace morvanta

@@ -1,0 +1,289 @@
+// One JavaScript-to-native event channel: the native listeners, and a thread
+// that posts the channel's drain script about every 100 ms while there is a
+// listener, handing each drained record to the channel's dispatcher.
+//
+// Everything a drain callback touches lives in shared state, so a callback
+// that arrives after the channel is gone finds nothing and returns. The
+// running flag is atomic and the listener list has a lock of its own; the
+// dispatcher works on a copy of the list taken for each record.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bridge/js_bridge_adapter.h"
+#include "bridge/product_value.h"
+#include "runtime/log.h"
+
+namespace morvanta {
+
+// Fixed texts of one channel's loop and drain.
+struct EventChannelTexts {
+  const char* threadStarted;   // loop start line
+  const char* loopStopped;     // loop end line
+  const char* stoppedByFlag;   // logged when a stop wakes the loop, or null
+  const char* starting;        // start line
+  const char* alreadyStarted;  // start while running
+  const char* stopping;        // stop, first line
+  const char* stopped;         // stop, last line
+  const char* tag;             // "[MeetingManager]"
+  const char* drainName;       // "ProcessMeetingEventsFromJSArray"
+  const char* queueLog;        // "... Processing " for the native queue, or null
+  bool drainNeedsListeners;    // drains skip when no listener is left
+  // Drain-callback fault lines, or null where the channel is silent.
+  const char* drainFailed;
+  const char* notObject;       // followed by the kind number
+  const char* noEvents;
+  const char* callbackError;   // "... Exception in <drain> callback: "
+  const char* singleEventError;
+};
+
+// Parses a JSON text answer; a parse fault logs "<tag> ❌ JSON parse error:
+// <text> at offset <n>" and gives an empty value.
+JSValue ParseChannelJson(const char* tag, const std::string& text);
+
+template <typename Listener>
+class EventChannel {
+ public:
+  using Dispatcher = std::function<void(const JSValue& record, const std::vector<Listener*>& listeners)>;
+
+  EventChannel(const EventChannelTexts& texts, std::string drainScript, Dispatcher dispatch,
+               std::weak_ptr<JSBridgeAdapter> bridge)
+      : state_(std::make_shared<State>()) {
+    state_->texts = texts;
+    state_->drainScript = std::move(drainScript);
+    state_->dispatch = std::move(dispatch);
+    state_->bridge = std::move(bridge);
+  }
+
+  ~EventChannel() {
+    Stop();
+    Join();
+  }
+
+  EventChannel(const EventChannel&) = delete;
+  EventChannel& operator=(const EventChannel&) = delete;
+
+  // ---- listeners ----
+  bool Contains(Listener* l) const {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    for (Listener* x : state_->listeners)
+      if (x == l) return true;
+    return false;
+  }
+  // Erases `l`; true if it was there.
+  bool Erase(Listener* l) {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    auto& v = state_->listeners;
+    for (auto it = v.begin(); it != v.end(); ++it)
+      if (*it == l) {
+        v.erase(it);
+        return true;
+      }
+    return false;
+  }
+  void Append(Listener* l) {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    state_->listeners.push_back(l);
+  }
+  void Clear() {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    state_->listeners.clear();
+  }
+  // Drops the last listener, whichever it is by now (the rollback of a
+  // failed registration); false if there was none.
+  bool PopBack() {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    if (state_->listeners.empty()) return false;
+    state_->listeners.pop_back();
+    return true;
+  }
+  size_t Count() const {
+    std::lock_guard<std::mutex> lock(state_->listenersMutex);
+    return state_->listeners.size();
+  }
+  bool Empty() const { return Count() == 0; }
+  bool Running() const { return state_->running.load(); }
+
+  // ---- loop ----
+  void Start() {
+    std::lock_guard<std::mutex> lock(threadMutex_);
+    if (state_->running.load()) {
+      log::Info(state_->texts.alreadyStarted);
+      return;
+    }
+    // Joins the previous loop first, so two loops of one channel never run
+    // together. From the loop thread itself (a listener that adds a
+    // listener) the old thread is left to finish on its own.
+    if (thread_.joinable()) {
+      if (thread_.get_id() == std::this_thread::get_id())
+        thread_.detach();
+      else
+        thread_.join();
+    }
+    state_->running = true;
+    log::Info(state_->texts.starting);
+    thread_ = std::thread([s = state_] { Loop(s); });
+  }
+
+  // Lowers the flag and wakes the loop; does not wait for it.
+  void Stop() {
+    log::Info(state_->texts.stopping);
+    state_->running = false;
+    {
+      std::lock_guard<std::mutex> lock(state_->mutex);
+      state_->cv.notify_all();
+    }
+    log::Info(state_->texts.stopped);
+  }
+
+  void Join() {
+    std::lock_guard<std::mutex> lock(threadMutex_);
+    if (!thread_.joinable()) return;
+    if (thread_.get_id() == std::this_thread::get_id())
+      thread_.detach();
+    else
+      thread_.join();
+  }
+
+  // Posts one drain; its outcome is dispatched later on the bridge's thread.
+  void Drain() { Drain(state_); }
+
+ private:
+  struct State {
+    std::atomic<bool> running{false};
+    mutable std::mutex listenersMutex;
+    std::vector<Listener*> listeners;
+    std::mutex mutex;  // guards the native queue and the sleep only
+    std::condition_variable cv;
+    std::deque<JSValue> queue;  // nothing fills it; kept for push-style delivery
+    EventChannelTexts texts{};
+    std::string drainScript;
+    Dispatcher dispatch;
+    std::weak_ptr<JSBridgeAdapter> bridge;
+
+    std::vector<Listener*> Snapshot() const {
+      std::lock_guard<std::mutex> lock(listenersMutex);
+      return listeners;
+    }
+    bool HasListeners() const {
+      std::lock_guard<std::mutex> lock(listenersMutex);
+      return !listeners.empty();
+    }
+  };
+
+  static void DispatchOne(const std::shared_ptr<State>& s, const JSValue& record) {
+    try {
+      s->dispatch(record, s->Snapshot());
+    } catch (const std::exception& e) {
+      log::Error(s->texts.singleEventError, e.what());
+    } catch (...) {
+      log::Error(s->texts.singleEventError, "unknown exception");
+    }
+  }
+
+  static void Loop(std::shared_ptr<State> s) {
+    log::Info(s->texts.threadStarted);
+    for (;;) {
+      if (!s->running.load() || !s->HasListeners()) break;
+      std::unique_lock<std::mutex> lock(s->mutex);
+      const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+      s->cv.wait_until(lock, until, [&] { return !s->queue.empty() || !s->running.load(); });
+      if (!s->running.load()) {
+        lock.unlock();
+        if (s->texts.stoppedByFlag) log::Info(s->texts.stoppedByFlag);
+        break;
+      }
+      if (!s->queue.empty()) {
+        std::deque<JSValue> batch;
+        batch.swap(s->queue);
+        lock.unlock();
+        if (s->texts.queueLog) log::Info(s->texts.queueLog, batch.size(), " events from C++ queue...");
+        while (!batch.empty()) {
+          JSValue record = batch.front();
+          batch.pop_front();
+          DispatchOne(s, record);
+        }
+      } else {
+        lock.unlock();
+        Drain(s);
+      }
+    }
+    log::Info(s->texts.loopStopped);
+  }
+
+  static void Drain(const std::shared_ptr<State>& s) {
+    if (!s->running.load()) return;
+    std::shared_ptr<JSBridgeAdapter> bridge = s->bridge.lock();
+    if (!bridge || !bridge->IsInitialized() || !s->running.load()) return;
+    if (s->texts.drainNeedsListeners && !s->HasListeners()) return;
+    std::weak_ptr<State> weak = s;
+    try {
+      bridge->ExecuteJS(s->drainScript, [weak](const JSResult& result) { OnDrained(weak, result); });
+    } catch (const std::exception& e) {
+      log::Error(s->texts.tag, " Exception calling ExecuteJS in ", s->texts.drainName, ": ", e.what());
+    } catch (...) {
+      log::Error(s->texts.tag, " Unknown exception calling ExecuteJS in ", s->texts.drainName);
+    }
+  }
+
+  static void OnDrained(const std::weak_ptr<State>& weak, const JSResult& result) {
+    std::shared_ptr<State> s = weak.lock();
+    if (!s) return;
+    const EventChannelTexts& t = s->texts;
+    try {
+      if (!s->running.load() || !s->HasListeners()) return;
+      if (!result.success) {
+        if (t.drainFailed) log::Error(t.drainFailed);
+        return;
+      }
+      JSValue value = result.value;
+      if (value.IsString()) value = ParseChannelJson(t.tag, value.stringValue);
+      if (!value.IsObject()) {
+        if (t.notObject) log::Error(t.notObject, static_cast<int>(value.type));
+        return;
+      }
+      const JSValue* events = value.Find("events");
+      if (!events || !events->IsArray()) {
+        if (t.noEvents) log::Error(t.noEvents);
+        return;
+      }
+      for (const JSValue& record : events->arrayValue) {
+        if (!s->running.load() || !s->HasListeners()) break;
+        DispatchOne(s, record);
+      }
+    } catch (const std::exception& e) {
+      log::Error(t.callbackError, e.what());
+    } catch (...) {
+      log::Error(t.callbackError, "unknown exception");
+    }
+  }
+
+  std::shared_ptr<State> state_;
+  std::mutex threadMutex_;
+  std::thread thread_;
+};
+
+// Runs a script and waits for its answer at most `limit`. The state shared
+// with the callback outlives the wait, so a late answer is harmless.
+// Returns false on time-out or when no bridge is running.
+bool RunChannelScript(const std::shared_ptr<JSBridgeAdapter>& bridge, const std::string& script,
+                      std::chrono::milliseconds limit, JSResult* out);
+
+// A script's value, its JSON text parsed when it came back as text.
+JSValue ScriptValue(const JSResult& result);
+
+// A script's {success, message|error} answer: true on success; `error`
+// receives the failure text.
+bool ScriptSucceeded(const JSResult& result, std::string* error);
+
+}  // namespace morvanta

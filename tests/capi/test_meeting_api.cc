@@ -1,0 +1,386 @@
+// Meeting operations and the meeting event channel through the exported
+// functions. The SDK side is replaced per test where the exact call matters,
+// and events are fired through the JavaScript listener the library installs.
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "capi/capi_harness.h"
+
+using namespace morvanta_test;
+using morvanta::JSValue;
+
+namespace {
+
+struct Counter {
+  std::mutex mutex;
+  std::condition_variable cv;
+  int calls = 0;
+  int code = 12345;
+  std::string message;
+  static void On(int code, const char* message, void* ud) {
+    auto* c = static_cast<Counter*>(ud);
+    std::lock_guard<std::mutex> lock(c->mutex);
+    ++c->calls;
+    c->code = code;
+    c->message = message;
+    c->cv.notify_all();
+  }
+  bool Wait() {
+    std::unique_lock<std::mutex> lock(mutex);
+    return cv.wait_for(lock, std::chrono::seconds(20), [&] { return calls > 0; });
+  }
+};
+
+// What the C listeners heard, in order.
+struct Heard {
+  std::mutex mutex;
+  std::vector<std::string> events;
+  void Add(std::string e) {
+    std::lock_guard<std::mutex> lock(mutex);
+    events.push_back(std::move(e));
+  }
+  size_t Size() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return events.size();
+  }
+  bool WaitFor(size_t n, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    auto until = std::chrono::steady_clock::now() + limit;
+    while (std::chrono::steady_clock::now() < until) {
+      if (Size() >= n) return true;
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return Size() >= n;
+  }
+};
+
+MorvantaMeetingListener ListenerFor(Heard* heard) {
+  MorvantaMeetingListener l{};
+  l.onMemberJoinMeeting = [](const MorvantaMember* m, void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("join:") + m->uuid + "/" + m->name);
+  };
+  l.onMemberLeaveMeeting = [](const MorvantaMember* m, void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("leave:") + m->uuid);
+  };
+  l.onMemberAudioMuteChanged = [](const char* uuid, bool mute, void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("audio:") + uuid + (mute ? ":1" : ":0"));
+  };
+  l.onRoomEnded = [](const char* reason, const char* extra, void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("ended:") + reason + "/" + extra);
+  };
+  l.onMemberJoinChatroom = [](const MorvantaMember*, uint32_t count, void* ud) {
+    static_cast<Heard*>(ud)->Add("chatroom:" + std::to_string(count));
+  };
+  l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by,
+                                         void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("share:") + m->uuid + (sharing ? ":1" : ":0") + ":" +
+                                 (by ? by->uuid : "none"));
+  };
+  l.onReceiveChatroomMessages = [](const MorvantaChatMessage*, uint32_t count, void* ud) {
+    static_cast<Heard*>(ud)->Add("chat:" + std::to_string(count));
+  };
+  l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char*,
+                                     const MorvantaMember*, void* ud) {
+    static_cast<Heard*>(ud)->Add(std::string("ban:") + m->uuid + (banned ? ":1:" : ":0:") +
+                                 std::to_string(duration));
+  };
+  l.user_data = heard;
+  return l;
+}
+
+// Replaces the SDK's meeting methods by recorders that answer success.
+void RecordMeetingCalls() {
+  SandboxEval(
+      "(function () { var m = morVantaMeeting.getMeetingManager(); globalThis.__seen = [];"
+      " ['createMeeting','joinMeeting','rejoinAfterAdmittedToRoom','leaveMeeting','endMeeting'].forEach("
+      "function (n) { m[n] = function () { globalThis.__seen.push({name: n, args: Array.from(arguments)});"
+      " return Promise.resolve({code: 0, message: 'success'}); }; }); return true; })()");
+}
+
+JSValue Seen(int index) {
+  JSValue all = SandboxEval("globalThis.__seen");
+  if (!all.IsArray() || index >= static_cast<int>(all.arrayValue.size())) return {};
+  return all.arrayValue[index];
+}
+
+// Registration finishes on the worker after the add returns.
+bool WaitRegistered(bool registered = true) {
+  for (int i = 0; i < 200; ++i) {
+    if (SandboxEval("globalThis.__morvantaMeetingListenerRegistered === true").boolValue == registered) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  return false;
+}
+
+// Fires an event through the JavaScript listener object the library installed.
+void Fire(const std::string& call) { SandboxEval("globalThis.__morvantaMeetingListenerRef." + call + ", true"); }
+
+class MeetingApi : public CapiLibrary {
+ protected:
+  void SetUp() override {
+    CapiLibrary::SetUp();
+    meeting = Morvanta_GetMeetingManager(sdk);
+    ASSERT_NE(meeting, nullptr);
+  }
+  void TearDown() override {
+    Morvanta_DestroyMeetingManagerHandle(meeting);
+    CapiLibrary::TearDown();
+  }
+  MorvantaMeetingManager_T* meeting = nullptr;
+};
+
+int ThreadCount() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line))
+    if (line.rfind("Threads:", 0) == 0) return std::stoi(line.substr(8));
+  return -1;
+}
+
+std::string ThreadNames() {
+  std::string names;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream comm(entry.path() / "comm");
+    std::string name;
+    std::getline(comm, name);
+    names += name + " ";
+  }
+  return names;
+}
+
+}  // namespace
+
+TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
+  Counter c;
+  MorvantaMeetingCreateOptions create{};
+  create.subject = "";
+  MorvantaMeetingJoinOptions join{};
+  join.meetingNum = "";
+  MorvantaMeetingSDKInfo* info = nullptr;
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(nullptr, &create, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, nullptr, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, Counter::On, &c), -1);
+  create.subject = nullptr;
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, &join, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, nullptr, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_LeaveMeeting(nullptr, 0, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_EndMeeting(nullptr, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(nullptr, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, nullptr), -1);
+  EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(nullptr, &info), -1);
+  EXPECT_EQ(Morvanta_Meeting_ReleaseMeeting(nullptr), -1);
+  MorvantaMeetingListener l{};
+  EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(nullptr, &l), -1);
+  EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, nullptr), -1);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), -1);  // never added
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  EXPECT_EQ(c.calls, 0);
+}
+
+TEST_F(MeetingApi, CreateSendsOnlyTheKeysThatAreSet) {
+  RecordMeetingCalls();
+  MorvantaVideoProfile profile{720, 30};
+  MorvantaMeetingCreateOptions o{};
+  o.subject = "Standup";
+  o.password = "";  // set although empty
+  o.noChat = 0;     // false, not absent
+  o.noWhiteboard = -1;
+  o.noCaptions = 2;
+  o.videoProfile = &profile;
+  o.joinTimeout = -1;
+  o.subType = -1;
+  o.startTime = 0;
+  o.endTime = -1;
+  o.enableWaitingRoom = -1;
+  Counter c;
+  ASSERT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &o, Counter::On, &c), 0);
+  ASSERT_TRUE(c.Wait());
+  EXPECT_EQ(c.code, 0) << c.message;
+  JSValue call = Seen(0);
+  ASSERT_EQ(call.Find("name")->stringValue, "createMeeting");
+  const JSValue& sent = call.Find("args")->arrayValue.at(0);
+  EXPECT_EQ(sent.Find("meetingNum")->stringValue, "");
+  EXPECT_EQ(sent.Find("nickname")->stringValue, "");
+  EXPECT_EQ(sent.Find("subject")->stringValue, "Standup");
+  EXPECT_EQ(sent.Find("password")->stringValue, "");
+  EXPECT_FALSE(sent.Find("noChat")->boolValue);
+  EXPECT_TRUE(sent.Find("noCaptions")->boolValue);
+  EXPECT_EQ(sent.Find("startTime")->numberValue, 0);
+  EXPECT_EQ(sent.Find("videoProfile")->Find("resolution")->numberValue, 720);
+  EXPECT_EQ(sent.Find("videoProfile")->Find("frameRate")->numberValue, 30);
+  for (const char* absent : {"memberTag", "noWhiteboard", "orgName", "avatar", "joinTimeout", "session", "subType",
+                             "endTime", "enableWaitingRoom", "cloudRecordConfig"})
+    EXPECT_EQ(sent.Find(absent), nullptr) << absent;
+}
+
+TEST_F(MeetingApi, JoinLeaveEndAndRejoinCallTheSdkOnceEach) {
+  RecordMeetingCalls();
+  MorvantaMeetingJoinOptions join{"123456", nullptr, "Ann"};
+  Counter a, b, c, d;
+  ASSERT_EQ(Morvanta_Meeting_JoinMeeting(meeting, &join, Counter::On, &a), 0);
+  ASSERT_TRUE(a.Wait());
+  ASSERT_EQ(Morvanta_Meeting_LeaveMeeting(meeting, 2, Counter::On, &b), 0);
+  ASSERT_TRUE(b.Wait());
+  ASSERT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(meeting, Counter::On, &c), 0);
+  ASSERT_TRUE(c.Wait());
+  ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, nullptr, nullptr), 0);  // NULL callback: still runs
+  ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, Counter::On, &d), 0);
+  ASSERT_TRUE(d.Wait());
+  const JSValue joined = Seen(0);
+  ASSERT_NE(joined.Find("args"), nullptr);
+  const JSValue& j = joined.Find("args")->arrayValue.at(0);
+  EXPECT_EQ(j.Find("meetingNum")->stringValue, "123456");
+  EXPECT_EQ(j.Find("userUuid")->stringValue, "");
+  EXPECT_EQ(j.Find("nickname")->stringValue, "Ann");
+  const JSValue all = SandboxEval("globalThis.__seen");
+  ASSERT_EQ(all.arrayValue.size(), 5u);
+  EXPECT_TRUE(all.arrayValue[1].Find("args")->arrayValue.at(0).boolValue);  // leave flag 2 is true
+  EXPECT_EQ(all.arrayValue[2].Find("name")->stringValue, "rejoinAfterAdmittedToRoom");
+  EXPECT_EQ(all.arrayValue[3].Find("name")->stringValue, "endMeeting");
+  EXPECT_EQ(all.arrayValue[4].Find("name")->stringValue, "endMeeting");
+  EXPECT_EQ(a.calls + b.calls + c.calls + d.calls, 4);
+}
+
+TEST_F(MeetingApi, ServiceFailuresReachTheCallbackWithTheirCode) {
+  SandboxEval("(morVantaMeeting.getMeetingManager().leaveMeeting = function () {"
+              " return Promise.resolve({code: 1001, message: 'no permission'}); }, true)");
+  SandboxEval("(morVantaMeeting.getMeetingManager().endMeeting = function () {"
+              " return Promise.reject(new Error('gone')); }, true)");
+  Counter leave, end;
+  ASSERT_EQ(Morvanta_Meeting_LeaveMeeting(meeting, 0, Counter::On, &leave), 0);
+  ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, Counter::On, &end), 0);
+  ASSERT_TRUE(leave.Wait());
+  ASSERT_TRUE(end.Wait());
+  EXPECT_EQ(leave.code, 1001);
+  EXPECT_EQ(leave.message, "no permission");
+  EXPECT_EQ(end.code, -1);
+  EXPECT_NE(end.message.find("gone"), std::string::npos);
+}
+
+TEST_F(MeetingApi, MeetingInfoOutsideAMeetingIsMinus999AndNull) {
+  SandboxEval("(morVantaMeeting.getMeetingManager().getMeetingInfo = function () {"
+              " return Promise.resolve({code: 1020, message: 'not in a meeting', data: null}); }, true)");
+  MorvantaMeetingSDKInfo* info = reinterpret_cast<MorvantaMeetingSDKInfo*>(0x1);
+  EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, &info), -999);
+  EXPECT_EQ(info, nullptr);
+}
+
+TEST_F(MeetingApi, MeetingInfoInAMeetingIsARecordTheCallerFrees) {
+  SandboxEval(
+      "(morVantaMeeting.getMeetingManager().getMeetingInfo = function () {"
+      " return Promise.resolve({code: 0, data: {meetingId: 42, meetingNum: '900100', subject: 'Standup',"
+      " roomUuid: 'room-1', userUuid: 'u1', name: 'Ann', myUuid: 'u1', hostUuid: 'u1'}}); }, true)");
+  MorvantaMeetingSDKInfo* info = nullptr;
+  ASSERT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, &info), 0);
+  ASSERT_NE(info, nullptr);
+  EXPECT_EQ(info->meeting_id, 42);
+  Morvanta_FreeMeetingInfo(info);
+}
+
+TEST_F(MeetingApi, EventsReachCListenersInOrderAndMalformedOnesAreDropped) {
+  Heard heard;
+  MorvantaMeetingListener l = ListenerFor(&heard);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  ASSERT_TRUE(WaitRegistered());
+  // One batch: pushed together, drained together, delivered in order.
+  SandboxEval(
+      "(function () { var L = globalThis.__morvantaMeetingListenerRef;"
+      " L.onMemberJoinRoom([{uuid: 'u1', name: 'Ann'}, 'u2', {uuid: '', userUuid: 'u3', userName: 'Cy'}]);"
+      " L.onMemberJoinRoom(null);"
+      " L.onMemberAudioMuteChanged({name: 'nobody'}, true, null);"
+      " L.onMemberAudioMuteChanged({uuid: 'u1'}, 1, null);"
+      " globalThis.__morvantaMeetingCallbacks.push({data: {}});"
+      " globalThis.__morvantaMeetingCallbacks.push({type: 7, data: {}});"
+      " globalThis.__morvantaMeetingCallbacks.push({type: 'onSomethingNew', data: {}});"
+      " L.onMemberScreenShareStateChanged({uuid: 'u2'}, true, {uuid: 'u1'});"
+      " L.onMemberChatBanStateChanged('u3', true, 59.9, 'x', null);"
+      " L.onMemberJoinChatroom([{uuid: 'u1'}, {uuid: 'u2'}]);"
+      " L.onReceiveChatroomMessages([{messageType: 'text', text: 'hi', fromUserUuid: 'u1'}]);"
+      " L.onRoomEnded(5, 'bye');"
+      " L.onMemberLeaveRoom({uuid: 'u2'});"
+      " return true; })()");
+  const std::vector<std::string> expected = {"join:u1/Ann",   "join:u2/",      "join:u3/Cy",   "audio:u1:1",
+                                             "share:u2:1:u1", "ban:u3:1:59",   "chatroom:2",   "chat:1",
+                                             "ended:/bye",    "leave:u2"};
+  ASSERT_TRUE(heard.WaitFor(expected.size()));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  std::lock_guard<std::mutex> lock(heard.mutex);
+  EXPECT_EQ(heard.events, expected);
+}
+
+TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {
+  Heard first, second;
+  MorvantaMeetingListener a = ListenerFor(&first);
+  MorvantaMeetingListener b = ListenerFor(&second);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &a), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &b), 0);
+  ASSERT_TRUE(WaitRegistered());
+  Fire("onMemberLeaveRoom([{uuid: 'x'}])");
+  ASSERT_TRUE(first.WaitFor(1));
+  ASSERT_TRUE(second.WaitFor(1));
+
+  MorvantaMeetingListener other = a;
+  other.user_data = &other;  // differs in user_data alone
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &other), -1);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &a), 0);
+  Fire("onMemberLeaveRoom([{uuid: 'y'}])");
+  ASSERT_TRUE(second.WaitFor(2));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ(first.Size(), 1u);
+
+  // The last removal detaches the JavaScript listener and empties the array.
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &b), 0);
+  EXPECT_TRUE(WaitRegistered(false));
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  EXPECT_EQ(SandboxEval("globalThis.__morvantaMeetingCallbacks.length").numberValue, 0);
+}
+
+TEST_F(MeetingApi, ARefusedRegistrationRollsTheNativeListenerBack) {
+  // An SDK with neither a room context nor addMeetingListener.
+  SandboxEval("(function () { var m = morVantaMeeting.getMeetingManager();"
+              " m.addMeetingListener = undefined; m.getRoomContext = undefined;"
+              " morVantaMeeting.getRoomContext = undefined; return true; })()");
+  Heard heard;
+  MorvantaMeetingListener l = ListenerFor(&heard);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  EXPECT_FALSE(SandboxEval("globalThis.__morvantaMeetingListenerRegistered === true").boolValue);
+  // The C record stays (removal still finds it); nothing is heard.
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), 0);
+  EXPECT_EQ(heard.Size(), 0u);
+}
+
+TEST(MeetingTeardown, UninitializeWithALiveListenerLeavesNoThreadAndNoLateCall) {
+  MorvantaInitConfig c{};
+  c.app_key = "test-app-key-0001";
+  c.log_path = "/tmp";
+  c.use_asset_server_config = -1;
+  c.debug = -1;
+  MorvantaSDK_T* sdk = nullptr;
+  // A first cycle brings up what lives for the process (Node's own threads).
+  ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  const int baseline = ThreadCount();
+  const std::string before = ThreadNames();
+
+  ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
+  MorvantaMeetingManager_T* meeting = Morvanta_GetMeetingManager(sdk);
+  Heard heard;
+  MorvantaMeetingListener l = ListenerFor(&heard);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  ASSERT_TRUE(WaitRegistered());
+  Fire("onMemberLeaveRoom([{uuid: 'x'}])");
+  ASSERT_TRUE(heard.WaitFor(1));
+  // A burst still queued when the library goes down.
+  SandboxEval("(function () { var L = globalThis.__morvantaMeetingListenerRef;"
+              " for (var i = 0; i < 50; i++) L.onMemberLeaveRoom([{uuid: 'z' + i}]); return true; })()");
+  Morvanta_DestroyMeetingManagerHandle(meeting);
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  const size_t heardAtReturn = heard.Size();
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  EXPECT_EQ(heard.Size(), heardAtReturn);
+  EXPECT_EQ(ThreadCount(), baseline) << before << "\n" << ThreadNames();
+}
