@@ -60,12 +60,7 @@ const char* RoleText(MvMemberRole role) {
   return "host";
 }
 
-const char* ChatMessageTypeText(int32_t message_type) {
-  static const char* const kTexts[] = {"text", "image", "audio",  "video",       "file",
-                                       "geo",  "custom", "tip", "notification"};
-  if (message_type < 0 || message_type >= static_cast<int32_t>(sizeof kTexts / sizeof kTexts[0])) return "text";
-  return kTexts[message_type];
-}
+const char* ChatMessageTypeText(int32_t message_type) { return ChatMessageKindText(message_type); }
 
 }  // namespace capi
 }  // namespace morvanta

@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,8 +36,32 @@ auto ManagerOf(Handle* handle) -> decltype(handle->manager.get()) {
   return handle ? handle->manager.get() : nullptr;
 }
 
+// The common body of an export: -1 when the handle has no manager or the
+// export's own checks `refused`; otherwise `body` runs on the manager and the
+// request is accepted (0). Exceptions are -999.
+template <typename Handle, typename Body>
+int WithManager(const char* name, Handle* handle, bool refused, Body&& body) noexcept {
+  return Guarded<int>(name, -999, [&] {
+    auto* manager = ManagerOf(handle);
+    if (!manager || refused) return -1;
+    body(*manager);
+    return 0;
+  });
+}
+
 // Copies a C string; NULL becomes "".
 inline std::string Str(const char* s) { return s ? std::string(s) : std::string(); }
+
+// Optional values from C: a NULL string and a negative number or flag are
+// unset; a set flag is true unless 0.
+inline std::optional<std::string> OptionalStr(const char* s) {
+  return s ? std::optional<std::string>(s) : std::nullopt;
+}
+inline std::optional<bool> OptionalFlag(int64_t v) { return v < 0 ? std::nullopt : std::optional<bool>(v != 0); }
+template <typename Number>
+std::optional<Number> OptionalNumber(Number v) {
+  return v < 0 ? std::nullopt : std::optional<Number>(v);
+}
 
 inline const char* Message(const std::string& m) { return m.c_str(); }
 

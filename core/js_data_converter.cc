@@ -36,23 +36,6 @@ std::optional<std::string> PropertyText(const JSValue* properties, const char* n
   return FieldReader(entry, "").OptionalString("value");
 }
 
-int32_t MessageKindFromText(const std::string& text) {
-  static const struct {
-    const char* text;
-    int32_t kind;
-  } kKinds[] = {
-      {"text", kMvChatMessageText},   {"image", kMvChatMessageImage},
-      {"audio", kMvChatMessageAudio}, {"video", kMvChatMessageVideo},
-      {"file", kMvChatMessageFile},   {"geo", kMvChatMessageGeo},
-      {"custom", kMvChatMessageCustom}, {"tip", kMvChatMessageTip},
-      {"notification", kMvChatMessageNotification},
-  };
-  for (const auto& entry : kKinds) {
-    if (text == entry.text) return entry.kind;
-  }
-  return kMvChatMessageText;
-}
-
 MvChatMessageAttach ConvertAttach(const JSValue& object) {
   FieldReader in(object, "MvChatMessageAttach");
   MvChatMessageAttach a;
@@ -83,7 +66,25 @@ MvChatMessageFile ConvertFile(const JSValue& object) {
   return f;
 }
 
+// The SDK's texts of the message kinds, indexed by MvChatMessageType.
+constexpr const char* kChatMessageKindTexts[] = {"text", "image",  "audio", "video",       "file",
+                                                 "geo",  "custom", "tip",   "notification"};
+constexpr int32_t kChatMessageKindCount =
+    static_cast<int32_t>(sizeof kChatMessageKindTexts / sizeof kChatMessageKindTexts[0]);
+
 }  // namespace
+
+const char* ChatMessageKindText(int32_t kind) {
+  if (kind < 0 || kind >= kChatMessageKindCount) return kChatMessageKindTexts[kMvChatMessageText];
+  return kChatMessageKindTexts[kind];
+}
+
+int32_t ChatMessageKindFromText(const std::string& text) {
+  for (int32_t kind = 0; kind < kChatMessageKindCount; ++kind) {
+    if (text == kChatMessageKindTexts[kind]) return kind;
+  }
+  return kMvChatMessageText;
+}
 
 // ---- scalars ----
 
@@ -322,7 +323,7 @@ MvChatMessage RecordConverter<MvChatMessage>::Convert(const JSValue& value) {
   r.fromAvatar = in.OptionalString("fromAvatar");
   // A non-empty text names the kind; otherwise the key is read as a number.
   if (auto kind = in.OptionalNonEmptyString("messageType")) {
-    r.messageType = MessageKindFromText(*kind);
+    r.messageType = ChatMessageKindFromText(*kind);
   } else {
     r.messageType = in.Int32("messageType");
   }

@@ -35,6 +35,11 @@ enum MvChatMessageType : int32_t {
   kMvChatMessageNotification = 8,
 };
 
+// The SDK's text of a message kind, "text" for a number outside 0-8; and the
+// kind a text names, 0 (text) for any text not in that list.
+const char* ChatMessageKindText(int32_t kind);
+int32_t ChatMessageKindFromText(const std::string& text);
+
 struct MvAccountInfo {
   std::string userUuid;
   std::string userToken;

@@ -43,8 +43,15 @@ MvResult<T> BridgeUnavailable(JSBridgeAdapter* bridge) {
   return MvResult<T>::Failure(-1, bridge ? "JSBridge not initialized" : "Bridge not initialized");
 }
 
+// How a successful raw answer becomes the result handed on: the common
+// ConvertToMvResult<T>, or an operation's own reader for answers that come in
+// shapes of their own.
 template <typename T>
-void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done) {
+using MvAnswerReader = MvResult<T> (*)(const JSValue&);
+
+template <typename T>
+void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done,
+             MvAnswerReader<T> read = &ConvertToMvResult<T>) {
   if (!bridge || !bridge->IsInitialized()) {
     log::Error(call.tag, " ❌ ", call.method, " failed: ", bridge ? "JSBridge not initialized" : "Bridge not initialized");
     if (done) done(BridgeUnavailable<T>(bridge));
@@ -58,7 +65,7 @@ void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done) {
   bool log_failure = call.log_failure;
   auto inspect = std::move(call.inspect);
   bridge->CallFunction(call.path, call.args,
-                       [tag, method, log_received, log_failure, inspect, done](const JSResult& result) {
+                       [tag, method, log_received, log_failure, inspect, done, read](const JSResult& result) {
                          if (log_received) {
                            log::Info(tag, " 🎯 ", method, " callback received!");
                            log::Info(tag, " 🎯 Success: ", result.success ? "true" : "false");
@@ -69,7 +76,7 @@ void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done) {
                            return;
                          }
                          if (inspect) inspect(result.value);
-                         MvResult<T> converted = ConvertToMvResult<T>(result.value);
+                         MvResult<T> converted = read(result.value);
                          if (done) done(converted);
                        });
 }

@@ -2887,16 +2887,22 @@ class ScreenShareManager extends Manager {
     });
   }
 
-  // What the share looks like to the service: a line of text, "" when not sharing.
+  // What the share looks like to the service: a line of text, "" when no one
+  // shares. The service answers it as the bare text whatever the shape;
+  // refusals keep the common forms.
   getScreenShareMessage() {
+    let text;
     return this.answer('getScreenShareMessage', arguments, () => {
       const meeting = this.sandbox.requireInRoom();
       const sharer = meeting.members.find((m) => m.isSharingScreen);
-      if (!sharer) return '';
-      if (sharer !== meeting.local) return `${sharer.name} is sharing the screen`;
-      const source = CAPTURE_SOURCES.find((s) => s.sourceId === meeting.localShare.sourceId);
-      return `You are sharing ${source.sourceName}${meeting.local.isSharingSystemAudio ? ' with sound' : ''}`;
-    });
+      if (!sharer) text = '';
+      else if (sharer !== meeting.local) text = `${sharer.name} is sharing the screen`;
+      else {
+        const source = CAPTURE_SOURCES.find((s) => s.sourceId === meeting.localShare.sourceId);
+        text = `You are sharing ${source.sourceName}${meeting.local.isSharingSystemAudio ? ' with sound' : ''}`;
+      }
+      return text;
+    }).then((answer) => (text === undefined ? answer : text));
   }
 }
 

@@ -26,6 +26,9 @@ TEST(Exports, PlainNamesResolveExceptTheTwoWithCppLinkage) {
   EXPECT_EQ(dlsym(lib, "Morvanta_Account_LoginBySmsCode"), nullptr);
   EXPECT_NE(dlsym(lib, "_Z31Morvanta_Account_LoginBySmsCodeP24MorvantaAccountManager_TPK29MorvantaLoginBySmsCodeOptionsPFviPKcP19MorvantaAccountInfoPvES8_"),
             nullptr);
+  EXPECT_NE(dlsym(lib, "Morvanta_Audio_MuteMyAudio"), nullptr);
+  EXPECT_EQ(dlsym(lib, "Morvanta_Video_RemoveLocalVideoCanvas"), nullptr);
+  EXPECT_NE(dlsym(lib, "_Z37Morvanta_Video_RemoveLocalVideoCanvasP22MorvantaVideoManager_TPFviPKcPvES3_"), nullptr);
   dlclose(lib);
 }
 

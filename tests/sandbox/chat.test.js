@@ -216,10 +216,11 @@ test('capture sources carry thumbnails and icons as buffers', async () => {
 });
 
 test('sharing: one sharer at a time, system audio needs the driver, the share message follows', async () => {
+  assert.equal((await share.getScreenShareMessage()).code, C.NOT_IN_MEETING, 'refusals keep the common form');
   ctl.enterMeeting({ userUuid: ME });
   const shareEvents = () => ctl.events.filter((e) => e.event === 'onMemberScreenShareStateChanged')
     .map((e) => [e.args[0].uuid, e.args[1]]);
-  assert.equal((await share.getScreenShareMessage()).data, '');
+  assert.equal(await share.getScreenShareMessage(), '', 'the bare text');
   assert.equal((await share.stopScreenShare()).code, 1142);
   assert.equal((await share.startScreenShare({ sourceId: '999' })).code, 1141);
   assert.equal((await share.startScreenShare({ sourceId: 101 })).code, C.INVALID_PARAM);
@@ -227,17 +228,17 @@ test('sharing: one sharer at a time, system audio needs the driver, the share me
 
   assert.equal((await share.startScreenShare({ sourceId: '101', frameRate: 15, isLinux: true })).code, 0);
   assert.deepEqual(ctl.meeting.members.find((m) => m.uuid === ME).isSharingScreen, true);
-  assert.equal((await share.getScreenShareMessage()).data, 'You are sharing Quarterly review - Slides');
+  assert.equal(await share.getScreenShareMessage(), 'You are sharing Quarterly review - Slides');
   assert.equal((await share.startShareSystemAudio(true)).code, 1143);
   assert.equal((await share.installAudioCaptureDriver()).code, 0);
   assert.equal((await share.startShareSystemAudio('yes')).code, C.INVALID_PARAM);
   assert.equal((await share.startShareSystemAudio(true)).code, 0);
-  assert.equal((await share.getScreenShareMessage()).data, 'You are sharing Quarterly review - Slides with sound');
+  assert.equal(await share.getScreenShareMessage(), 'You are sharing Quarterly review - Slides with sound');
   assert.equal((await share.stopScreenShare({})).code, 0);
   assert.equal(ctl.meeting.members.find((m) => m.uuid === ME).isSharingSystemAudio, false);
 
   ctl.meetingAction({ action: 'startShare', member: 1 });
   assert.equal((await share.startScreenShare({})).code, 1140);
-  assert.equal((await share.getScreenShareMessage()).data, 'Alan Turing is sharing the screen');
+  assert.equal(await share.getScreenShareMessage(), 'Alan Turing is sharing the screen');
   assert.deepEqual(shareEvents(), [[ME, true], [ME, false], [ALAN, true]]);
 });

@@ -1,0 +1,247 @@
+// Morvanta_Video_*: what each function refuses, what it asks of the SDK's
+// video object (native windows as 8 bytes) and how the answer comes back.
+#include <cstdint>
+
+#include "capi/media_api_harness.h"
+
+using namespace morvanta_test;
+
+namespace {
+
+using VideoApi = FamilyApi<MorvantaVideoManager_T, Morvanta_GetVideoManager, Morvanta_DestroyVideoManagerHandle>;
+using H = MorvantaVideoManager_T*;
+using Cb = MorvantaCallback;
+
+// A window handle whose value in hexadecimal ends in ABCDEF, higher bytes 0.
+void* const kView = reinterpret_cast<void*>(uintptr_t{0xABCDEF});
+constexpr char kViewArg[] = R"({"type":"Buffer","data":[239,205,171,0,0,0,0,0]})";
+constexpr char kMember[] = "sim-member-02";
+
+std::string VideoState(const std::string& field) { return Json("morVantaMeeting.getVideoManager().state." + field); }
+
+}  // namespace
+
+TEST_F(VideoApi, RefusedCallsReturnMinusOneAndStartNothing) {
+  auto seen = std::make_shared<Seen>();
+  void* ud = seen.get();
+  MorvantaVideoManager_T empty{};  // a handle that holds no manager
+  for (H h : {static_cast<H>(nullptr), &empty}) {
+    SCOPED_TRACE(h ? "handle without manager" : "NULL handle");
+    ExpectRefused("video", seen,
+                  {
+                      Morvanta_Video_GetCameraDeviceList(h, Seen::OnDevices, ud),
+                      Morvanta_Video_GetCameraDeviceId(h, Seen::OnString, ud),
+                      Morvanta_Video_SetCameraDevice(h, "cam-usb-4k", Seen::OnPlain, ud),
+                      Morvanta_Video_SetCameraDevicePreview(h, "cam-usb-4k", Seen::OnPlain, ud),
+                      Morvanta_Video_SetupLocalVideoCanvas(h, kView, Seen::OnPlain, ud),
+                      Morvanta_Video_RemoveLocalVideoCanvas(h, Seen::OnPlain, ud),
+                      Morvanta_Video_SetupVideoPreviewCanvas(h, kView, Seen::OnPlain, ud),
+                      Morvanta_Video_SetupRemoteVideoCanvas(h, kMember, kView, Seen::OnPlain, ud),
+                      Morvanta_Video_SetupRemoteVideoSubStreamCanvas(h, kMember, kView, Seen::OnPlain, ud),
+                      Morvanta_Video_StartVideoPreview(h, Seen::OnPlain, ud),
+                      Morvanta_Video_StopVideoPreview(h, Seen::OnPlain, ud),
+                      Morvanta_Video_MuteMyVideo(h, Seen::OnPlain, ud),
+                      Morvanta_Video_UnmuteMyVideo(h, Seen::OnPlain, ud),
+                      Morvanta_Video_SetVideoProfile(h, 2, 30),
+                      Morvanta_Video_SubscribeRemoteVideoStream(h, kMember, 0, Seen::OnPlain, ud),
+                      Morvanta_Video_UnsubscribeRemoteVideoStream(h, kMember, 0, Seen::OnPlain, ud),
+                      Morvanta_Video_SubscribeRemoteVideoSubStream(h, kMember, Seen::OnPlain, ud),
+                      Morvanta_Video_UnsubscribeRemoteVideoSubStream(h, kMember, Seen::OnPlain, ud),
+                  });
+  }
+  ExpectRefused("video", seen,
+                {
+                    // A NULL device id or member uuid.
+                    Morvanta_Video_SetCameraDevice(handle, nullptr, Seen::OnPlain, ud),
+                    Morvanta_Video_SetCameraDevicePreview(handle, nullptr, Seen::OnPlain, ud),
+                    Morvanta_Video_SetupRemoteVideoCanvas(handle, nullptr, kView, Seen::OnPlain, ud),
+                    Morvanta_Video_SetupRemoteVideoSubStreamCanvas(handle, nullptr, kView, Seen::OnPlain, ud),
+                    Morvanta_Video_SubscribeRemoteVideoStream(handle, nullptr, 0, Seen::OnPlain, ud),
+                    Morvanta_Video_UnsubscribeRemoteVideoStream(handle, nullptr, 0, Seen::OnPlain, ud),
+                    Morvanta_Video_SubscribeRemoteVideoSubStream(handle, nullptr, Seen::OnPlain, ud),
+                    Morvanta_Video_UnsubscribeRemoteVideoSubStream(handle, nullptr, Seen::OnPlain, ud),
+                    // A NULL callback where a value is delivered.
+                    Morvanta_Video_GetCameraDeviceList(handle, nullptr, ud),
+                    Morvanta_Video_GetCameraDeviceId(handle, nullptr, ud),
+                });
+}
+
+TEST_F(VideoApi, PlainFunctionsSendTheirArgumentsAndAnswerOnce) {
+  EnterQuietMeeting();  // remote canvases and streams need a member
+  const std::string member_view = std::string("[\"") + kMember + "\"," + kViewArg + "]";
+  const std::string member_only = std::string("[\"") + kMember + "\"]";
+  const std::string member_low = std::string("[\"") + kMember + "\",1]";
+  const std::string view_only = std::string("[") + kViewArg + "]";
+  ExpectPlainCases<MorvantaVideoManager_T>(
+      handle,
+      {
+          {"video.setCameraDevice",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetCameraDevice(h, "cam-usb-4k", cb, ud); },
+           R"(["cam-usb-4k"])"},
+          {"video.setCameraDevicePreview",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetCameraDevicePreview(h, "cam-integrated", cb, ud); },
+           R"(["cam-integrated"])"},
+          {"video.setupLocalVideoCanvas",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupLocalVideoCanvas(h, kView, cb, ud); },
+           view_only.c_str()},
+          {"video.removeLocalVideoCanvas", Morvanta_Video_RemoveLocalVideoCanvas, "[]", true},
+          {"video.setupVideoPreviewCanvas",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupVideoPreviewCanvas(h, nullptr, cb, ud); }, "[null]"},
+          {"video.setupRemoteVideoCanvas",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupRemoteVideoCanvas(h, kMember, kView, cb, ud); },
+           member_view.c_str()},
+          {"video.setupRemoteVideoSubStreamCanvas",
+           [](H h, Cb cb, void* ud) {
+             return Morvanta_Video_SetupRemoteVideoSubStreamCanvas(h, kMember, kView, cb, ud);
+           },
+           member_view.c_str()},
+          {"video.startVideoPreview", Morvanta_Video_StartVideoPreview, "[]"},
+          {"video.stopVideoPreview", Morvanta_Video_StopVideoPreview, "[]"},
+          {"video.muteMyVideo", Morvanta_Video_MuteMyVideo, "[]"},
+          {"video.unmuteMyVideo", Morvanta_Video_UnmuteMyVideo, "[]"},
+          {"video.subscribeRemoteVideoStream",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SubscribeRemoteVideoStream(h, kMember, 1, cb, ud); },
+           member_low.c_str()},
+          {"video.unsubscribeRemoteVideoStream",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_UnsubscribeRemoteVideoStream(h, kMember, 1, cb, ud); },
+           member_low.c_str()},
+          {"video.subscribeRemoteVideoSubStream",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_SubscribeRemoteVideoSubStream(h, kMember, cb, ud); },
+           member_only.c_str()},
+          {"video.unsubscribeRemoteVideoSubStream",
+           [](H h, Cb cb, void* ud) { return Morvanta_Video_UnsubscribeRemoteVideoSubStream(h, kMember, cb, ud); },
+           member_only.c_str()},
+      });
+}
+
+// Each canvas records the 8 bytes of the handle value it was given; a NULL
+// view reaches the service as null and detaches the canvas.
+TEST_F(VideoApi, CanvasesReceiveTheWindowHandleAsEightBytes) {
+  EnterQuietMeeting();
+  void* const wide = reinterpret_cast<void*>(uintptr_t{0x1122334455667788});
+  struct Row {
+    const char* what;
+    std::function<int(void*, Cb, void*)> setup;
+    std::string canvas;    // where the sandbox keeps it
+    const char* detached;  // what is left there after a NULL view
+  };
+  const Row rows[] = {
+      {"local", [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupLocalVideoCanvas(handle, v, cb, ud); },
+       "localCanvas", "null"},
+      {"preview", [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupVideoPreviewCanvas(handle, v, cb, ud); },
+       "previewCanvas", "null"},
+      {"remote",
+       [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupRemoteVideoCanvas(handle, kMember, v, cb, ud); },
+       std::string("remoteCanvases['") + kMember + "']", ""},
+      {"remote sub-stream",
+       [&](void* v, Cb cb, void* ud) {
+         return Morvanta_Video_SetupRemoteVideoSubStreamCanvas(handle, kMember, v, cb, ud);
+       },
+       std::string("subStreamCanvases['") + kMember + "']", ""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    struct Step {
+      void* view;
+      const char* recorded;
+    };
+    const Step steps[] = {
+        {kView, R"({"bytes":[239,205,171,0,0,0,0,0],"handle":"0xabcdef"})"},
+        {wide, R"({"bytes":[136,119,102,85,68,51,34,17],"handle":"0x1122334455667788"})"},
+        {nullptr, nullptr},
+    };
+    for (const Step& step : steps) {
+      auto seen = std::make_shared<Seen>();
+      ASSERT_EQ(row.setup(step.view, Seen::OnPlain, seen.get()), 0);
+      ASSERT_TRUE(seen->Wait());
+      ASSERT_EQ(seen->code, 0) << seen->message;
+      EXPECT_EQ(VideoState(row.canvas), step.recorded ? step.recorded : row.detached);
+    }
+  }
+}
+
+TEST_F(VideoApi, RemovingTheLocalCanvasIgnoresTheAnswer) {
+  ASSERT_EQ(Morvanta_Video_SetupLocalVideoCanvas(handle, kView, nullptr, nullptr), 0);
+  ASSERT_EQ(VideoState("localCanvas.handle"), "\"0xabcdef\"");
+  for (const char* rule : {"{answer: {code: 1, message: 'x'}, times: 1}", "{fail: 'code', code: 1001, times: 1}",
+                           "{answer: 'not json', times: 1}"}) {
+    SCOPED_TRACE(rule);
+    Override("video.removeLocalVideoCanvas", rule);
+    auto seen = std::make_shared<Seen>();
+    // C++ linkage: this call is bound to the decorated export.
+    ASSERT_EQ(Morvanta_Video_RemoveLocalVideoCanvas(handle, Seen::OnPlain, seen.get()), 0);
+    ASSERT_TRUE(seen->Wait());
+    EXPECT_EQ(seen->code, 0);
+    EXPECT_EQ(seen->message, "");
+  }
+  auto removed = std::make_shared<Seen>();
+  ASSERT_EQ(Morvanta_Video_RemoveLocalVideoCanvas(handle, Seen::OnPlain, removed.get()), 0);
+  ASSERT_TRUE(removed->Wait());
+  EXPECT_EQ(VideoState("localCanvas"), "null");
+}
+
+TEST_F(VideoApi, CameraListAndSelection) {
+  auto list = std::make_shared<Seen>();
+  ASSERT_EQ(Morvanta_Video_GetCameraDeviceList(handle, Seen::OnDevices, list.get()), 0);
+  ASSERT_TRUE(list->Wait());
+  ASSERT_EQ(list->code, 0) << list->message;
+  ASSERT_EQ(list->count, 2u);
+  EXPECT_EQ(list->devices[0], std::make_pair(std::string("cam-integrated"), std::string("Integrated Camera")));
+  EXPECT_EQ(list->devices[1].first, "cam-usb-4k");
+
+  ASSERT_EQ(Morvanta_Video_SetCameraDevice(handle, "cam-usb-4k", nullptr, nullptr), 0);
+  auto id = std::make_shared<Seen>();
+  ASSERT_EQ(Morvanta_Video_GetCameraDeviceId(handle, Seen::OnString, id.get()), 0);
+  ASSERT_TRUE(id->Wait());
+  EXPECT_EQ(id->code, 0);
+  EXPECT_EQ(id->text, "cam-usb-4k");
+
+  Override("video.getCameraDeviceList", "{fail: 'code', code: 1001, message: 'no camera access', times: 1}");
+  auto refused = std::make_shared<Seen>();
+  ASSERT_EQ(Morvanta_Video_GetCameraDeviceList(handle, Seen::OnDevices, refused.get()), 0);
+  ASSERT_TRUE(refused->Wait());
+  EXPECT_EQ(refused->code, 1001);
+  EXPECT_EQ(refused->message, "no camera access");
+  EXPECT_TRUE(refused->devices_null);
+  EXPECT_EQ(refused->count, 0u);
+
+  Override("video.getCameraDeviceId", "{fail: 'reject', times: 1}");
+  auto failed = std::make_shared<Seen>();
+  ASSERT_EQ(Morvanta_Video_GetCameraDeviceId(handle, Seen::OnString, failed.get()), 0);
+  ASSERT_TRUE(failed->Wait());
+  EXPECT_EQ(failed->code, -1);
+  EXPECT_TRUE(failed->text_null);
+}
+
+TEST_F(VideoApi, TheVideoProfileIsSentAndForgotten) {
+  ASSERT_EQ(Morvanta_Video_SetVideoProfile(handle, 2, 30), 0);
+  EXPECT_EQ(ArgsOf("video.setVideoProfile"), "[[2,30]]");
+  EXPECT_EQ(VideoState("profile"), R"({"resolution":2,"frameRate":30})");
+  // A refusal by the service changes nothing and reaches no one.
+  ASSERT_EQ(Morvanta_Video_SetVideoProfile(handle, -1, 0), 0);
+  EXPECT_EQ(ArgsOf("video.setVideoProfile"), "[[2,30],[-1,0]]");
+  EXPECT_EQ(VideoState("profile"), R"({"resolution":2,"frameRate":30})");
+}
+
+// A handle kept past Morvanta_Uninitialize still takes calls: those with a
+// callback fail through it at once, the profile is dropped quietly.
+TEST(VideoApiAfterUninitialize, AKeptHandleAnswersBridgeNotInitialized) {
+  MorvantaInitConfig c{};
+  c.app_key = "test-app-key-0001";
+  c.log_path = "/tmp";
+  c.use_asset_server_config = -1;
+  c.debug = -1;
+  MorvantaSDK_T* sdk = nullptr;
+  ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
+  MorvantaVideoManager_T* handle = Morvanta_GetVideoManager(sdk);
+  ASSERT_NE(handle, nullptr);
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+
+  EXPECT_EQ(Morvanta_Video_SetVideoProfile(handle, 2, 30), 0);
+  auto seen = std::make_shared<Seen>();
+  EXPECT_EQ(Morvanta_Video_SetupLocalVideoCanvas(handle, kView, Seen::OnPlain, seen.get()), 0);
+  EXPECT_EQ(seen->Calls(), 1);  // on the calling thread, before the return
+  EXPECT_EQ(seen->code, -1);
+  EXPECT_EQ(seen->message, "Bridge not initialized");
+  Morvanta_DestroyVideoManagerHandle(handle);
+}
