@@ -105,9 +105,8 @@ void PromiseTracker::CheckPendingPromises(const CompletionCallback& on_complete)
           if (elapsed > it->timeout) {
             ++timed_out;
             done = true;
-            log::Info("[PromiseTracker] Promise ", id, " timed out after ", elapsed.count(), "ms");
-            result = JSResult<JSValue>::Failure(
-                MakeError("Promise timed out after " + std::to_string(elapsed.count()) + "ms"));
+            log::Info("[PromiseTracker] Promise ", id, " timed out after ", elapsed.count());
+            result = JSResult<JSValue>::Failure(MakeError("Promise timed out after " + std::to_string(elapsed.count())));
           }
           break;
         }
@@ -233,10 +232,8 @@ JSError PromiseTracker::ExtractError(v8::Local<v8::Value> reason) {
         error.message = V8ToUtf8(isolate_, message);
       }
       if (stack->IsString()) error.stack = V8ToUtf8(isolate_, stack);
-    } else if (reason->IsString()) {
-      // A bare string is the whole message; keep it rather than the default.
-      if (reason.As<v8::String>()->Length() > 0) error.message = V8ToUtf8(isolate_, reason);
     }
+    // Any other reason (a bare string included) keeps the default message.
   } catch (const std::exception& e) {
     log::Error("[PromiseTracker] Exception extracting Promise error: ", e.what());
     error.message = std::string("Failed to extract Promise error: ") + e.what();

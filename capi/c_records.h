@@ -40,6 +40,10 @@ MorvantaScreenCaptureSource* BuildScreenCaptureSourceList(const std::vector<MvSc
                                                           bool& ok);
 MorvantaMeetingInfo* BuildMeetingList(const std::vector<MvMeetingInfo>& meetings, bool& ok);
 
+// A C member record over a native member's strings, allocating nothing: valid
+// while `member` lives and is not changed. For listener calls.
+MorvantaMember MemberView(const MvMember& member);
+
 // Texts of the C records: "host", "evaluator", "bidder", "supervise" ("host"
 // for any other value); the chat message kinds 0-8 ("text" for any other).
 const char* RoleText(MvMemberRole role);

@@ -7,14 +7,9 @@ namespace {
 
 bool FillMember(MorvantaMember& out, const MvMember& in) {
   FieldCopier copy;
+  out = MemberView(in);  // the flags; the strings are copied next
   out.uuid = copy.Text(in.uuid);
   out.name = copy.Text(in.name);
-  out.is_host = Flag01(in.role == MvMemberRole::Host);
-  out.is_evaluator = Flag01(in.role == MvMemberRole::Evaluator);
-  out.is_audio_on = Flag01(in.isAudioOn);
-  out.is_video_on = Flag01(in.isVideoOn);
-  out.is_sharing_screen = Flag01(in.isSharingScreen);
-  out.is_hands_up = Flag01(in.isHandsUp.value_or(false));
   return copy.ok();
 }
 
@@ -36,6 +31,19 @@ MorvantaMember* BuildMemberList(const std::vector<MvMember>& members, bool& ok) 
 
 MorvantaWaitingRoomMember* BuildWaitingRoomMemberList(const std::vector<MvWaitingRoomMember>& members, bool& ok) {
   return BuildList(members, ok, FillWaitingRoomMember, Morvanta_FreeWaitingRoomMemberList);
+}
+
+MorvantaMember MemberView(const MvMember& m) {
+  MorvantaMember c{};
+  c.uuid = const_cast<char*>(m.uuid.c_str());
+  c.name = const_cast<char*>(m.name.c_str());
+  c.is_host = Flag01(m.role == MvMemberRole::Host);
+  c.is_evaluator = Flag01(m.role == MvMemberRole::Evaluator);
+  c.is_audio_on = Flag01(m.isAudioOn);
+  c.is_video_on = Flag01(m.isVideoOn);
+  c.is_sharing_screen = Flag01(m.isSharingScreen);
+  c.is_hands_up = Flag01(m.isHandsUp.value_or(false));
+  return c;
 }
 
 void ClearMember(MorvantaMember& member) { FreeFields({&member.uuid, &member.name}); }

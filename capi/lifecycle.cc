@@ -209,6 +209,9 @@ int32_t Uninitialize() {
     log::Info(kTag, " 🛑 Step 0: Stopping all manager event processing loops...");
     // Listener channels detach while the bridge still runs their scripts.
     if (StopMeetingListeners()) log::Info(kTag, " Meeting listeners removed");
+    if (StopRtcStatsListeners()) log::Info(kTag, " RTC stats listeners removed");
+    if (StopMessageChannelListeners()) log::Info(kTag, " Message channel listeners removed");
+    if (StopWaitingRoomListeners()) log::Info(kTag, " Waiting room listeners removed");
     log::Info("[Gatherdeck C API] Waiting for event processing loops to stop...");
     const auto wait_start = Clock::now();
     while (Clock::now() - wait_start < std::chrono::milliseconds(200))
@@ -222,7 +225,11 @@ int32_t Uninitialize() {
 
     log::Info(kTag, " 🧹 Step 3: Clearing global listeners...");
     ClearMeetingListeners();
-    log::Info(kTag, " Cleared ", 0, " global listeners");
+    ClearRtcStatsListeners();
+    ClearMessageChannelListeners();
+    ClearWaitingRoomListeners();
+    const size_t globalListeners = ClearGlobalCListeners();
+    log::Info(kTag, " Cleared ", globalListeners, " global listeners");
 
     log::Info(kTag, " 🔄 Step 4: Uninitializing the SDK...");
     const auto step4 = Clock::now();

@@ -13,6 +13,12 @@ namespace capi {
 // Each returns whether the channel had anything registered.
 bool StopMeetingListeners();
 void ClearMeetingListeners();
+bool StopRtcStatsListeners();
+void ClearRtcStatsListeners();
+bool StopMessageChannelListeners();
+void ClearMessageChannelListeners();
+bool StopWaitingRoomListeners();
+void ClearWaitingRoomListeners();
 
 }  // namespace capi
 }  // namespace morvanta

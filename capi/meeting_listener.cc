@@ -19,25 +19,11 @@ namespace {
 constexpr char kTag[] = "[MeetingManager C API]";
 constexpr char kWrapperTag[] = "[MeetingListenerWrapper]";
 
-// A C member record over a native member's strings: valid while `m` lives.
-MorvantaMember View(const MvMember& m) {
-  MorvantaMember c{};
-  c.uuid = const_cast<char*>(m.uuid.c_str());
-  c.name = const_cast<char*>(m.name.c_str());
-  c.is_host = m.role == MvMemberRole::Host;
-  c.is_evaluator = m.role == MvMemberRole::Evaluator;
-  c.is_audio_on = m.isAudioOn;
-  c.is_video_on = m.isVideoOn;
-  c.is_sharing_screen = m.isSharingScreen;
-  c.is_hands_up = m.isHandsUp.value_or(false);
-  return c;
-}
-
 // Reused per operation and thread, so steady-state events allocate nothing.
 const std::vector<MorvantaMember>& Views(const std::vector<MvMember>& members,
                                          std::vector<MorvantaMember>& buffer) {
   buffer.clear();
-  for (const MvMember& m : members) buffer.push_back(View(m));
+  for (const MvMember& m : members) buffer.push_back(MemberView(m));
   return buffer;
 }
 
@@ -122,15 +108,15 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   }
   void OnMemberAudioConnectStateChanged(const MvMember& member, bool connected) override {
     log::Info(kWrapperTag, " 🔔 OnMemberAudioConnectStateChanged called");
-    MorvantaMember c = View(member);
+    MorvantaMember c = MemberView(member);
     FanOut([&](const MorvantaMeetingListener& l) {
       if (l.onMemberAudioConnectStateChanged) l.onMemberAudioConnectStateChanged(&c, connected, l.user_data);
     });
   }
   void OnMemberScreenShareStateChanged(const MvMember& member, bool sharing, const MvMember* by) override {
     log::Info(kWrapperTag, " 🔔 OnMemberScreenShareStateChanged called");
-    MorvantaMember c = View(member);
-    MorvantaMember op = by ? View(*by) : MorvantaMember{};
+    MorvantaMember c = MemberView(member);
+    MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
     FanOut([&](const MorvantaMeetingListener& l) {
       if (l.onMemberScreenShareStateChanged)
         l.onMemberScreenShareStateChanged(&c, sharing, by ? &op : nullptr, l.user_data);
@@ -158,8 +144,8 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   void OnMemberChatBanStateChanged(const MvMember& member, bool banned, int32_t duration,
                                    const std::string& notifyExt, const MvMember* by) override {
     log::Info(kWrapperTag, " 🔔 OnMemberChatBanStateChanged called");
-    MorvantaMember c = View(member);
-    MorvantaMember op = by ? View(*by) : MorvantaMember{};
+    MorvantaMember c = MemberView(member);
+    MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
     FanOut([&](const MorvantaMeetingListener& l) {
       if (l.onMemberChatBanStateChanged)
         l.onMemberChatBanStateChanged(&c, banned, duration, notifyExt.c_str(), by ? &op : nullptr, l.user_data);

@@ -9,6 +9,11 @@ std::shared_ptr<MvGatherdeck> g_gatherdeck;
 std::shared_ptr<JSBridgeAdapter> g_bridge;
 std::shared_ptr<MorvantaSDK_T> g_sdk_handle;
 
+std::mutex& g_global_listener_mutex = *new std::mutex;
+std::vector<MorvantaGlobalEventListener>& g_global_c_listeners = *new std::vector<MorvantaGlobalEventListener>;
+std::vector<std::shared_ptr<GlobalEventListenerWrapper>>& g_global_listener_wrappers =
+    *new std::vector<std::shared_ptr<GlobalEventListenerWrapper>>;
+
 std::shared_ptr<MorvantaSDK_T> ValidateSdkHandle(MorvantaSDK_T* sdk, const char* name) {
   const char* reason = nullptr;
   if (!sdk)

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "bridge/js_bridge_adapter.h"
 #include "core/mv_gatherdeck.h"
@@ -44,6 +45,20 @@ namespace capi {
 extern std::shared_ptr<MvGatherdeck> g_gatherdeck;
 extern std::shared_ptr<JSBridgeAdapter> g_bridge;
 extern std::shared_ptr<MorvantaSDK_T> g_sdk_handle;
+
+// The global event listeners: the C records as given, and the native
+// wrappers registered on MvGatherdeck for them, both under the mutex. A
+// wrapper stays alive after its record has gone (see global_listener.cc),
+// as a drain in flight may still hold its address. Never destroyed, so they
+// outlive static destruction.
+class GlobalEventListenerWrapper;
+extern std::mutex& g_global_listener_mutex;
+extern std::vector<MorvantaGlobalEventListener>& g_global_c_listeners;
+extern std::vector<std::shared_ptr<GlobalEventListenerWrapper>>& g_global_listener_wrappers;
+
+// Forgets every C record (Morvanta_Uninitialize); their wrappers stay but
+// call nothing any more. Returns how many records there were.
+size_t ClearGlobalCListeners();
 
 // Checks an SDK handle for a Get*Manager call; logs "<name>: <reason>" and
 // returns null when it cannot be used.

@@ -8,6 +8,7 @@
 
 #include "bridge/js_bridge_adapter.h"
 #include "core/config_validator.h"
+#include "core/global_events.h"
 #include "managers/account_manager.h"
 #include "managers/audio_manager.h"
 #include "managers/chatroom_manager.h"
@@ -41,11 +42,15 @@ const char* Flag(const std::optional<bool>& v) { return v ? (*v ? "true" : "fals
 }  // namespace
 
 struct MvGatherdeck::Impl {
+  explicit Impl(std::weak_ptr<JSBridgeAdapter> b) : bridge(b), global(std::make_shared<GlobalEventCore>(b)) {}
+
   std::weak_ptr<JSBridgeAdapter> bridge;
   bool initialized = false;
 #define MORVANTA_MANAGER_SLOT(Kind, Class) std::shared_ptr<Class> Kind;
   MORVANTA_MANAGER_KINDS(MORVANTA_MANAGER_SLOT)
 #undef MORVANTA_MANAGER_SLOT
+  // The global channel: listeners, loop thread, registration.
+  std::shared_ptr<GlobalEventCore> global;
 
   template <typename M>
   std::shared_ptr<M> Get(std::shared_ptr<M>& slot, const char* name, bool plainCreatedLine) {
@@ -112,12 +117,16 @@ struct MvGatherdeck::Impl {
   }
 };
 
-MvGatherdeck::MvGatherdeck(std::weak_ptr<JSBridgeAdapter> bridge) : impl_(std::make_unique<Impl>()) {
-  impl_->bridge = std::move(bridge);
+MvGatherdeck::MvGatherdeck(std::weak_ptr<JSBridgeAdapter> bridge) : impl_(std::make_unique<Impl>(bridge)) {
   log::Info("[Gatherdeck] Constructor called with JSBridge adapter=", impl_->bridge.expired() ? "null" : "valid");
 }
 
-MvGatherdeck::~MvGatherdeck() = default;
+MvGatherdeck::~MvGatherdeck() {
+  // The loop thread goes before anything else; the managers follow.
+  EventChannel<MvGlobalEventListener>& channel = impl_->global->Channel();
+  channel.Stop();
+  channel.Join();
+}
 
 bool MvGatherdeck::IsInitialized() const { return impl_->initialized; }
 
@@ -228,6 +237,52 @@ MvResult<void> MvGatherdeck::UnInitialize() {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   return result;
+}
+
+void MvGatherdeck::AddGlobalEventListener(MvGlobalEventListener* listener) {
+  if (!listener) {
+    log::Error("[MvGatherdeck] ❌ Cannot add null listener");
+    return;
+  }
+  GlobalEventCore& global = *impl_->global;
+  std::shared_ptr<JSBridgeAdapter> bridge = global.Bridge();
+  if (!bridge) {
+    log::Error("[MvGatherdeck] ❌ Bridge not initialized, cannot register global event listener");
+    return;
+  }
+  EventChannel<MvGlobalEventListener>& channel = global.Channel();
+  if (channel.Erase(listener)) log::Info("[MvGatherdeck] 🔄 Removed existing listener before re-adding");
+  // Always, even with listeners left: the channel is registered afresh only
+  // for a listener added to an empty list.
+  channel.Stop();
+  RunChannelScript(bridge, GlobalEventChannelScripts().cleanup, std::chrono::seconds(1), nullptr);
+  const bool wasEmpty = channel.Empty();
+  channel.Append(listener);
+  log::Info("[MvGatherdeck] ✅ Global event listener added (total: ", channel.Count(), ")");
+  if (!wasEmpty) return;
+  log::Info("[MvGatherdeck] 📝 Registering JavaScript global event listener...");
+  global.Register();
+}
+
+void MvGatherdeck::RemoveGlobalEventListener(MvGlobalEventListener* listener) {
+  if (!listener) {
+    log::Error("[MvGatherdeck] ❌ Cannot remove null listener");
+    return;
+  }
+  GlobalEventCore& global = *impl_->global;
+  EventChannel<MvGlobalEventListener>& channel = global.Channel();
+  if (!channel.Erase(listener)) {
+    log::Info("[MvGatherdeck] ⚠️ Listener not found, nothing to remove");
+    return;
+  }
+  log::Info("[MvGatherdeck] ✅ Global event listener removed (total: ", channel.Count(), ")");
+  if (!channel.Empty()) return;
+  channel.Stop();
+  // Detach, then drop what was queued; neither is waited for.
+  if (std::shared_ptr<JSBridgeAdapter> bridge = global.Bridge()) {
+    bridge->ExecuteJS(GlobalEventChannelScripts().finalCleanup, nullptr);
+    bridge->ExecuteJS(GlobalEventChannelScripts().clear, nullptr);
+  }
 }
 
 #define MORVANTA_MANAGER_GETTER(Kind, Class)                                              \

@@ -15,6 +15,7 @@
 namespace morvanta {
 
 class JSBridgeAdapter;
+class MvGlobalEventListener;
 #define MORVANTA_DECLARE_MANAGER(Kind, Class) class Class;
 MORVANTA_MANAGER_KINDS(MORVANTA_DECLARE_MANAGER)
 #undef MORVANTA_DECLARE_MANAGER
@@ -36,6 +37,15 @@ class MvGatherdeck {
 #define MORVANTA_MANAGER_GETTER(Kind, Class) std::shared_ptr<Class> Get##Kind##Manager();
   MORVANTA_MANAGER_KINDS(MORVANTA_MANAGER_GETTER)
 #undef MORVANTA_MANAGER_GETTER
+
+  // The global channel (RTC engine events). Listeners are not owned. Add
+  // waits up to 1 s for the JavaScript listener to be detached; the new one
+  // is registered afterwards, on the bridge's thread, and only when the list
+  // was empty: a second listener leaves the channel stalled until the list
+  // has emptied again. Removing the last listener stops the loop, detaches
+  // the JavaScript listener and drops the queued events.
+  void AddGlobalEventListener(MvGlobalEventListener* listener);
+  void RemoveGlobalEventListener(MvGlobalEventListener* listener);
 
   // The configuration object sent to the SDK's initialize (keys in order,
   // optional keys only when set).

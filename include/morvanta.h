@@ -104,6 +104,49 @@ MORVANTA_API const char* Morvanta_GetVersion(void);
 MORVANTA_API void Morvanta_DestroySDKHandle(MorvantaSDK_T* handle);
 
 /* ======================================================================
+ * Global events
+ *
+ * The SDK tells the host that it is about to create, has created, or is
+ * about to release its RTC engine for a room, so that the host can prepare
+ * its side. These events need no manager handle.
+ *
+ * Listener functions run on the library's worker thread. `room_uuid` is
+ * valid only during the call ("" when the SDK gave none). A listener must
+ * not add or remove a global listener, and must not call the synchronous
+ * queries.
+ *
+ * One listener at a time: while a listener is registered, adding a second,
+ * different one returns 0 but stops delivery to both, until all have been
+ * removed and a listener is added again.
+ * ====================================================================== */
+
+typedef struct MorvantaGlobalEventListener {
+  void (*before_rtc_engine_initialize)(const char* room_uuid, void* user_data); /* may be NULL */
+  void (*after_rtc_engine_initialize)(const char* room_uuid, void* user_data);  /* may be NULL */
+  void (*before_rtc_engine_release)(const char* room_uuid, void* user_data);    /* may be NULL */
+  void* user_data; /* handed back to every call */
+} MorvantaGlobalEventListener;
+
+/* Adds a copy of `listener` (the caller keeps its record). Blocks up to 1 s
+ * while the previous service listener is detached; the service listener of
+ * a first listener is attached afterwards, so events fired in the moments
+ * after the call may be missed. A record equal in all four fields to one
+ * already added is not added again. A record with all three functions NULL
+ * is accepted and receives nothing.
+ * Returns 0 (also for a duplicate); -1 listener NULL; -2 not initialized;
+ * -999 internal fault. */
+MORVANTA_API int32_t Morvanta_AddGlobalEventListener(const MorvantaGlobalEventListener* listener);
+
+/* Removes the added record equal to `listener` in all four fields; once
+ * this returns, none of its functions is called again. Removing the last
+ * listener detaches the service listener and drops undelivered events.
+ * Returns 0; -1 listener NULL or no equal record; -2 not initialized; -999
+ * internal fault. Morvanta_Uninitialize forgets every global listener. */
+MORVANTA_API int32_t Morvanta_RemoveGlobalEventListener(const MorvantaGlobalEventListener* listener);
+
+/* (end of Global events) */
+
+/* ======================================================================
  * Manager handles
  * ====================================================================== */
 
@@ -1217,31 +1260,275 @@ MORVANTA_API int Morvanta_Meeting_RemoveMeetingListener(MorvantaMeetingManager_T
 
 /* ======================================================================
  * RTC statistics events
+ *
+ * The media engine's periodic measurements while in a meeting. Listener
+ * functions run on the library's worker thread, one at a time (a mutex of
+ * this channel, not shared with other channels, is held through them).
+ * Records and arrays they receive are valid only during the call: copy what
+ * you keep. A listener must not add or remove an RTC stats listener, and must
+ * not call the synchronous queries. Every field may be NULL.
+ *
+ * Numbers are the service's, truncated toward zero; a value the service did
+ * not send is 0. The byte counters are 32 bits wide and saturate.
  * ====================================================================== */
+
+typedef struct MorvantaRtcStats {
+  int64_t duration; /* seconds in the meeting */
+  int32_t tx_bytes;
+  int32_t rx_bytes;
+  int32_t tx_audio_bytes;
+  int32_t tx_video_bytes;
+  int32_t rx_audio_bytes;
+  int32_t rx_video_bytes;
+} MorvantaRtcStats;
+
+typedef struct MorvantaLocalAudioStats {
+  int32_t volume;
+  int32_t num_channels;
+  int32_t sent_sample_rate;
+  int32_t sent_bitrate; /* kbps */
+} MorvantaLocalAudioStats;
+
+typedef struct MorvantaLocalVideoStats {
+  int32_t capture_width;
+  int32_t capture_height;
+  int32_t encoded_frame_width;
+  int32_t encoded_frame_height;
+  int32_t encoder_output_frame_rate;
+  int32_t sent_frame_rate;
+  int32_t sent_bitrate; /* kbps */
+} MorvantaLocalVideoStats;
+
+typedef struct MorvantaRemoteAudioStats {
+  const char* user_uuid;
+  int32_t volume;
+  int32_t received_bitrate;
+} MorvantaRemoteAudioStats;
+
+typedef struct MorvantaRemoteVideoStats {
+  const char* user_uuid;
+  int32_t width;
+  int32_t height;
+  int32_t received_bitrate;
+  int32_t decoder_output_frame_rate;
+  int32_t renderer_output_frame_rate;
+} MorvantaRemoteVideoStats;
+
+typedef struct MorvantaNetworkQualityInfo {
+  const char* user_uuid;
+  int32_t uplink_quality;   /* on the service's scale */
+  int32_t downlink_quality;
+} MorvantaNetworkQualityInfo;
+
+typedef struct MorvantaRtcStatsListener {
+  void (*onRtcStats)(const MorvantaRtcStats* stats, void* user_data);
+  void (*onLocalAudioStats)(const MorvantaLocalAudioStats* stats, void* user_data);
+  /* Array kinds: `count` records, possibly 0. */
+  void (*onRemoteAudioStats)(const MorvantaRemoteAudioStats* stats, uint32_t count, void* user_data);
+  void (*onLocalVideoStats)(const MorvantaLocalVideoStats* stats, void* user_data);
+  void (*onRemoteVideoStats)(const MorvantaRemoteVideoStats* stats, uint32_t count, void* user_data);
+  void (*onNetworkQuality)(const MorvantaNetworkQualityInfo* infos, uint32_t count, void* user_data);
+  void* user_data; /* handed back to every call */
+} MorvantaRtcStatsListener;
+
+/* Adds a copy of `listener` (the same record added twice is called twice).
+ * The first listener attaches the service listener; this call may block up
+ * to 1 s. Attaching goes on after the return: a refusal by the service is
+ * only logged, and the record stays. Returns 0, or -1 for a NULL/invalid
+ * handle or a NULL listener. */
+MORVANTA_API int Morvanta_Meeting_AddRtcStatsListener(MorvantaMeetingManager_T* handle,
+                                                      const MorvantaRtcStatsListener* listener);
+
+/* Removes the record equal, field by field, to `listener`. The last removal
+ * detaches the service listener and drops statistics not yet delivered.
+ * Returns 0, or -1 for a bad handle, a NULL listener or no equal record. */
+MORVANTA_API int Morvanta_Meeting_RemoveRtcStatsListener(MorvantaMeetingManager_T* handle,
+                                                         const MorvantaRtcStatsListener* listener);
 
 /* (end of RTC statistics events) */
 
 /* ======================================================================
  * Message channel events
+ *
+ * Custom messages of the room and session messages. Threads, validity of
+ * pointers and the rules for listeners are those of the RTC statistics
+ * events, with a mutex of this channel. Message `data` is the service's
+ * text, passed on as it is ("" when the service sent no text).
+ * `session_type` is 0 for the service's session kind 0 and 1 for any other.
  * ====================================================================== */
+
+typedef struct MorvantaCustomMessage {
+  const char* room_uuid;
+  const char* sender_uuid;
+  const char* data;
+  int64_t timestamp;
+} MorvantaCustomMessage;
+
+typedef struct MorvantaSessionMessage {
+  const char* session_id;
+  int32_t session_type;
+  const char* message_id;
+  const char* data;
+  int64_t time;
+} MorvantaSessionMessage;
+
+typedef struct MorvantaSessionRecentInfo {
+  const char* session_id;
+  int32_t session_type;
+  int32_t unread_count;
+} MorvantaSessionRecentInfo;
+
+typedef struct MorvantaMessageChannelListener {
+  void (*onCustomMessageReceived)(const MorvantaCustomMessage* message, void* user_data);
+  void (*onSessionMessageReceived)(const MorvantaSessionMessage* message, void* user_data);
+  /* The recent sessions: `count` records, possibly 0. */
+  void (*onSessionMessageRecentChanged)(const MorvantaSessionRecentInfo* sessions, uint32_t count,
+                                        void* user_data);
+  void (*onSessionMessageDeleted)(const MorvantaSessionMessage* message, void* user_data);
+  /* Every message of the session was deleted. */
+  void (*onDeleteAllSessionMessage)(const char* session_id, int32_t session_type, void* user_data);
+  void* user_data; /* handed back to every call */
+} MorvantaMessageChannelListener;
+
+/* Adds a copy of `listener` (the same record added twice is called twice).
+ * The first listener attaches the service listener; this call may block up
+ * to 1 s. Attaching goes on after the return: a refusal by the service is
+ * only logged, and the record stays. Returns 0, or -1 for a NULL/invalid
+ * handle or a NULL listener. */
+MORVANTA_API int Morvanta_Meeting_AddMessageChannelListener(MorvantaMeetingManager_T* handle,
+                                                            const MorvantaMessageChannelListener* listener);
+
+/* Removes the record equal, field by field, to `listener`. The last removal
+ * detaches the service listener and drops messages not yet delivered.
+ * Returns 0, or -1 for a bad handle, a NULL listener or no equal record. */
+MORVANTA_API int Morvanta_Meeting_RemoveMessageChannelListener(MorvantaMeetingManager_T* handle,
+                                                               const MorvantaMessageChannelListener* listener);
 
 /* (end of Message channel events) */
 
 /* ======================================================================
- * Global events
- * ====================================================================== */
-
-/* (end of Global events) */
-
-/* ======================================================================
  * Waiting room
+ *
+ * The host's hand on the people who wait outside a meeting: admit, expel,
+ * put back, and two queries. Whether the caller may act as host is the
+ * service's decision; a refusal arrives through the callback.
+ *
+ * Every function returns 0 when the request was handed on and -1 for a
+ * refused argument (a NULL or empty handle, or a NULL argument named below);
+ * refusals are not logged. After 0, the callback (NULL is allowed unless
+ * said otherwise) is called once on the library's worker thread; after -1
+ * it is never called. A command reports 0 whenever the service carried it
+ * out, whatever the service answered; it reports -1 with the service's
+ * error text when the service refused or failed, and -1 with "Bridge not
+ * initialized" or "JSBridge not initialized" (at once, on the calling
+ * thread) when the library is not running. Flags: 0 false, other values
+ * true; their meaning is the service's.
  * ====================================================================== */
+
+/* The waiting room as Morvanta_WaitingRoom_GetInfo reads it. */
+typedef struct MorvantaWaitingRoomInfo {
+  int32_t member_count;
+  bool is_enabled_on_entry;
+  /* Owned by the library: valid until the next Morvanta_WaitingRoom_GetInfo
+   * on the same thread. Never NULL ("" when there is none). */
+  const char* background_image_url;
+} MorvantaWaitingRoomInfo;
+
+/* A list of waiting members, or NULL (on failure, and for an empty list).
+ * The array belongs to the callee: release it with
+ * Morvanta_FreeWaitingRoomMemberList(members, count). */
+typedef void (*MorvantaWaitingRoomMemberListCallback)(int code, const char* message,
+                                                      MorvantaWaitingRoomMember* members, int32_t count,
+                                                      void* user_data);
+
+/* Admits one waiting member. -1 when `user_uuid` is NULL ("" is sent as
+ * it is). `flag` is passed on as a boolean (in the sandbox: later arrivals
+ * of this member skip the waiting room). */
+MORVANTA_API int Morvanta_WaitingRoom_AdmitMember(MorvantaWaitingRoomManager_T* handle, const char* user_uuid,
+                                                  int32_t flag, MorvantaCallback callback, void* user_data);
+
+/* Admits everyone who waits. */
+MORVANTA_API int Morvanta_WaitingRoom_AdmitAll(MorvantaWaitingRoomManager_T* handle, MorvantaCallback callback,
+                                               void* user_data);
+
+/* Sends one waiting member away. -1 when `user_uuid` is NULL. `flag` is
+ * passed on as a boolean (in the sandbox: the member may not come back). */
+MORVANTA_API int Morvanta_WaitingRoom_ExpelMember(MorvantaWaitingRoomManager_T* handle, const char* user_uuid,
+                                                  int32_t flag, MorvantaCallback callback, void* user_data);
+
+/* Sends everyone who waits away; `flag` as for Morvanta_WaitingRoom_ExpelMember. */
+MORVANTA_API int Morvanta_WaitingRoom_ExpelAll(MorvantaWaitingRoomManager_T* handle, int32_t flag,
+                                               MorvantaCallback callback, void* user_data);
+
+/* Moves a member of the meeting back to the waiting room. -1 when
+ * `user_uuid` is NULL. */
+MORVANTA_API int Morvanta_WaitingRoom_PutInWaitingRoom(MorvantaWaitingRoomManager_T* handle, const char* user_uuid,
+                                                       MorvantaCallback callback, void* user_data);
+
+/* Reads the waiting members. The three values are passed on as they are
+ * (in the sandbox: a join-time cursor, 0 or exclusive; how many, 0 for all;
+ * ascending order). -1 when `callback` is NULL. The callback gets the
+ * service's code and message on failure, with a NULL array, and -9 when
+ * the array could not be allocated. */
+MORVANTA_API int Morvanta_WaitingRoom_GetMemberList(MorvantaWaitingRoomManager_T* handle, int64_t from_join_time,
+                                                    int32_t count, int32_t flag,
+                                                    MorvantaWaitingRoomMemberListCallback callback,
+                                                    void* user_data);
+
+/* Reads the waiting room synchronously, blocking the caller for up to about
+ * 5 s, into `*out_info`. Returns -1 for a NULL handle or out pointer, else
+ * 0, also when no answer came in time, the service refused, or the library
+ * is not running: `*out_info` then holds 0 members, false and "". Never call
+ * it from a callback or listener (it would wait out its time limit). */
+MORVANTA_API int Morvanta_WaitingRoom_GetInfo(MorvantaWaitingRoomManager_T* handle,
+                                              MorvantaWaitingRoomInfo* out_info);
 
 /* (end of Waiting room) */
 
 /* ======================================================================
  * Waiting room events
+ *
+ * Listener functions run on the library's worker thread, one at a time (a
+ * mutex of this channel is held through them). Pointers they receive are
+ * valid only during the call: copy what you keep. A listener must not add or
+ * remove a waiting room listener, and must not call the synchronous queries.
+ * Every function field may be NULL. `reason` and `status` are the service's
+ * numbers, passed on as they are (the sandbox's: status 1 waiting, 2
+ * admitted, 3 removed).
  * ====================================================================== */
+
+typedef struct MorvantaWaitingRoomListener {
+  /* Someone arrived in the waiting room. */
+  void (*onMemberJoin)(const MorvantaWaitingRoomMember* member, int32_t reason, void* user_data);
+  /* Someone left the waiting room (expelled, gone, ...). */
+  void (*onMemberLeave)(const char* user_uuid, int32_t reason, void* user_data);
+  void (*onMemberAdmitted)(const char* user_uuid, void* user_data);
+  /* The local user's own waiting status changed. */
+  void (*onMyStatusChanged)(int32_t status, int32_t reason, void* user_data);
+  /* `operate_by` is NULL: the library does not pass the operator on. */
+  void (*onMemberNameChanged)(const char* user_uuid, const char* name, const MorvantaMember* operate_by,
+                              void* user_data);
+  void (*onInfoUpdated)(const MorvantaWaitingRoomInfo* info, void* user_data);
+  /* Everyone waiting was sent away at once. */
+  void (*onAllMembersKicked)(void* user_data);
+  /* The meeting's hosts, as seen from the waiting room: an array of `count`
+   * members of which only `uuid` and `name` are filled. */
+  void (*onManagersUpdated)(const MorvantaMember* managers, uint32_t count, void* user_data);
+  void* user_data; /* handed back to every call */
+} MorvantaWaitingRoomListener;
+
+/* Adds a copy of `listener` (the same record added twice is called twice).
+ * The first listener attaches the service listener; this call may block up
+ * to about 1 s. Returns -1 for a NULL handle or a NULL listener, else 0. */
+MORVANTA_API int Morvanta_WaitingRoom_AddListener(MorvantaWaitingRoomManager_T* handle,
+                                                  const MorvantaWaitingRoomListener* listener);
+
+/* Removes one record equal, field by field, to `listener`; the last removal
+ * detaches the service listener and drops events not yet delivered.
+ * Returns -1 for a NULL handle or a NULL listener, and 0 otherwise, also
+ * when no equal record was found. */
+MORVANTA_API int Morvanta_WaitingRoom_RemoveListener(MorvantaWaitingRoomManager_T* handle,
+                                                     const MorvantaWaitingRoomListener* listener);
 
 /* (end of Waiting room events) */
 

@@ -34,6 +34,8 @@ struct SdkCall {
   bool log_received = true;
   // Whether a failure of the call is logged.
   bool log_failure = true;
+  // What stands between the tag and the method name in the failure line.
+  const char* failure_mark = " ❌ ";
   // Diagnostics of a successful raw answer, before conversion.
   std::function<void(const JSValue&)> inspect;
 };
@@ -53,7 +55,8 @@ template <typename T>
 void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done,
              MvAnswerReader<T> read = &ConvertToMvResult<T>) {
   if (!bridge || !bridge->IsInitialized()) {
-    log::Error(call.tag, " ❌ ", call.method, " failed: ", bridge ? "JSBridge not initialized" : "Bridge not initialized");
+    log::Error(call.tag, call.failure_mark, call.method, " failed: ",
+               bridge ? "JSBridge not initialized" : "Bridge not initialized");
     if (done) done(BridgeUnavailable<T>(bridge));
     return;
   }
@@ -61,17 +64,18 @@ void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done,
   if (!call.announce.empty()) log::Info(call.tag, " 🔍 ", call.announce);
   const char* tag = call.tag;
   const char* method = call.method;
+  const char* failure_mark = call.failure_mark;
   bool log_received = call.log_received;
   bool log_failure = call.log_failure;
   auto inspect = std::move(call.inspect);
   bridge->CallFunction(call.path, call.args,
-                       [tag, method, log_received, log_failure, inspect, done, read](const JSResult& result) {
+                       [tag, method, failure_mark, log_received, log_failure, inspect, done, read](const JSResult& result) {
                          if (log_received) {
                            log::Info(tag, " 🎯 ", method, " callback received!");
                            log::Info(tag, " 🎯 Success: ", result.success ? "true" : "false");
                          }
                          if (!result.success) {
-                           if (log_failure) log::Error(tag, " ❌ ", method, " failed: ", result.error);
+                           if (log_failure) log::Error(tag, failure_mark, method, " failed: ", result.error);
                            if (done) done(MvResult<T>::Failure(-1, result.error));
                            return;
                          }
@@ -86,18 +90,21 @@ void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done,
 // Never call it from a callback: answers are delivered on the worker thread.
 template <typename T>
 MvResult<T> CallSdkAndWait(JSBridgeAdapter* bridge, SdkCall call, std::chrono::milliseconds limit,
-                           const char* timeout_text) {
+                           const char* timeout_text, MvAnswerReader<T> read = &ConvertToMvResult<T>) {
   struct Shared {
     std::mutex mutex;
     bool done = false;
     std::optional<MvResult<T>> result;
   };
   auto shared = std::make_shared<Shared>();
-  CallSdk<T>(bridge, std::move(call), [shared](const MvResult<T>& r) {
-    std::lock_guard<std::mutex> lock(shared->mutex);
-    shared->result.emplace(r);
-    shared->done = true;
-  });
+  CallSdk<T>(
+      bridge, std::move(call),
+      [shared](const MvResult<T>& r) {
+        std::lock_guard<std::mutex> lock(shared->mutex);
+        shared->result.emplace(r);
+        shared->done = true;
+      },
+      read);
   for (auto waited = std::chrono::milliseconds(0);; waited += std::chrono::milliseconds(10)) {
     {
       std::lock_guard<std::mutex> lock(shared->mutex);

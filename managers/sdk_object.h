@@ -15,6 +15,7 @@ namespace morvanta {
 struct SdkObject {
   const char* tag;     // such as "[ChatroomManager]"
   const char* getter;  // such as "morVantaMeeting.getChatroomManager()"
+  const char* failureMark = " ❌ ";  // between the tag and "<method> failed: "
 
   SdkCall Call(const char* method, const char* js_method, std::vector<JSValue> args = {}) const {
     SdkCall call;
@@ -22,6 +23,7 @@ struct SdkObject {
     call.method = method;
     call.path = std::string(getter) + "." + js_method;
     call.args = std::move(args);
+    call.failure_mark = failureMark;
     return call;
   }
 };

@@ -40,9 +40,10 @@ std::string RoomContextLookup(bool logMissing) {
 ChannelScripts MakeChannelScripts(const ChannelScriptNames& n) {
   // Longer keys first where one key begins with another.
   const std::vector<std::pair<std::string, std::string>> values = {
-      {"$INIT_MESSAGE", n.arrayInitMessage},
+      {"$INIT_MESSAGE", n.arrayInitMessage ? n.arrayInitMessage : ""},
       {"$CLEANUP_MESSAGE", n.cleanupMessage},
       {"$REMOVE_MESSAGE", n.removeMessage ? n.removeMessage : ""},
+      {"$NO_REF_MESSAGE", n.removeWithoutRefMessage ? n.removeWithoutRefMessage : ""},
       {"$ARRAY", G(n.globals.array)},
       {"$PENDING", G(n.globals.pending)},
       {"$COUNT", G(n.globals.count)},
@@ -97,13 +98,26 @@ ChannelScripts MakeChannelScripts(const ChannelScriptNames& n) {
   }
 })())JS",
                    values);
-  s.remove = Fill(R"JS((function () {
-  try {)JS" + detachBlock + R"JS(
+  // The remove script: the listener goes, and so do the events queued for it.
+  const std::string removeBody =
+      n.removeWithoutRefMessage ? R"JS(
+    var meetingManager = $MANAGER;
+    var found = !!(meetingManager && typeof meetingManager.$REMOVE === 'function' && $REF);
+    if (found) {
+      meetingManager.$REMOVE($REF);
+    }
+    $REF = null;
+    $REGISTERED = false;
+    $ARRAY = [];
+    return { success: true, message: found ? '$REMOVE_MESSAGE' : '$NO_REF_MESSAGE' };)JS"
+                                : detachBlock + R"JS(
     if ($ARRAY) {
       $ARRAY = [];
       $PENDING = false;
     }
-    return { success: true, message: '$REMOVE_MESSAGE' };
+    return { success: true, message: '$REMOVE_MESSAGE' };)JS";
+  s.remove = Fill(R"JS((function () {
+  try {)JS" + removeBody + R"JS(
   } catch (e) {
     console.warn('[JS Listener] ⚠️ Remove failed:', e && e.message);
     return { success: false, error: e.message || e.toString() };
@@ -123,7 +137,32 @@ ChannelScripts MakeChannelScripts(const ChannelScriptNames& n) {
 })())JS",
                  values);
   // Takes the whole array in one splice: no batch limit.
-  s.drain = Fill(R"JS((function () {
+  s.drain = Fill(n.loggingDrain ? R"JS((function () {
+  var events = $ARRAY;
+  var length = events ? events.length : 0;
+  var pending = $PENDING === true;
+  var eventCount = $COUNT || 0;
+  if (events === null || events === undefined) {
+    console.log('[JS Poll] ⚠️ Array reference is null/undefined');
+  } else if (!Array.isArray(events)) {
+    console.log('[JS Poll] ⚠️ Array is not actually an array, type:', typeof events);
+  } else if (length > 0) {
+    console.log('[JS Poll] 📋 Array contents before splice:', JSON.stringify(events).substring(0, 200));
+    console.log('[JS Poll] 📋 Array length before splice:', length, typeof events);
+  }
+  if (!Array.isArray(events) || length === 0) {
+    $PENDING = false;
+    return { events: [], length: 0, pending: false, count: eventCount, cleared: true };
+  }
+  console.log('[JS Poll] 🔄 About to splice, array length:', length);
+  var taken = events.splice(0);
+  var eventsLength = taken.length;
+  $PENDING = false;
+  console.log('[JS Poll] 📥 Retrieved', eventsLength, 'events; pending was', pending);
+  console.log('[JS Poll] 📋 Events retrieved:', JSON.stringify(taken).substring(0, 300));
+  return { events: taken, length: eventsLength, pending: false, count: eventCount, cleared: false };
+})())JS"
+                                 : R"JS((function () {
   var events = $ARRAY;
   if (!events || events.length === 0) {
     $PENDING = false;
@@ -149,7 +188,7 @@ std::string MakeListenerObject(const ChannelGlobals& g, const char* logPrefix,
     text += "        console.log('" + std::string(logPrefix) + " 🔔 " + name + "');\n";
     text += "        try {\n";
     text += "          if (" + G(g.array) + ") {\n";
-    text += "            " + G(g.array) + ".push({ type: '" + name + "', data: " + e.data + " });\n";
+    text += "            " + G(g.array) + ".push({ type: '" + (e.type ? e.type : name) + "', data: " + e.data + " });\n";
     text += "            " + G(g.pending) + " = true;\n";
     text += "            " + G(g.count) + " = (" + G(g.count) + " || 0) + 1;\n";
     text += "          }\n";

@@ -24,13 +24,16 @@ struct ChannelEvent {
   const char* name;
   const char* params;  // "members" or "member, mute, operateBy"
   const char* data;    // "members || []" or "{member: member, mute: mute}"
+  // The record's `type`, where it differs from the method's name (the
+  // native side knows only the type); null means the name.
+  const char* type = nullptr;
 };
 
 struct ChannelScripts {
   std::string check;      // -> boolean
   std::string arrayInit;  // creates the array if missing
   std::string cleanup;    // detaches the listener, keeps the array
-  std::string remove;     // cleanup, then a fresh empty array
+  std::string remove;     // detaches the listener and drops the queued events
   std::string clear;      // empties the array
   std::string drain;      // -> {events, length}
 };
@@ -43,6 +46,12 @@ struct ChannelScriptNames {
   const char* arrayInitMessage;     // "Meeting event array initialized"
   const char* cleanupMessage;       // "JavaScript listener cleaned up"
   const char* removeMessage;        // "Message channel listener removed"
+  // Set on a channel whose remove script always starts a fresh array, keeps
+  // the pending flag, and says so when no listener reference was found.
+  const char* removeWithoutRefMessage = nullptr;
+  // A drain that logs what it takes and also answers pending, count and
+  // cleared (read by no native code; kept for diagnosis).
+  bool loggingDrain = false;
 };
 
 ChannelScripts MakeChannelScripts(const ChannelScriptNames& names);

@@ -62,4 +62,29 @@ bool ScriptSucceeded(const JSResult& result, std::string* error) {
   return false;
 }
 
+void RegisterChannelScripts(const std::weak_ptr<JSBridgeAdapter>& bridge, const std::string& arrayInit,
+                            const std::string& registerScript, const char* arrayInitFailed,
+                            std::function<void(bool ok, const std::string& error)> registered) {
+  auto ready = [](const std::weak_ptr<JSBridgeAdapter>& weak) {
+    auto b = weak.lock();
+    return b && b->IsInitialized() ? b : nullptr;
+  };
+  auto b = ready(bridge);
+  if (!b) return;
+  b->ExecuteJS(arrayInit, [bridge, ready, registerScript, arrayInitFailed,
+                           registered = std::move(registered)](const JSResult& init) {
+    if (!ScriptSucceeded(init, nullptr)) {
+      log::Error(arrayInitFailed);
+      return;
+    }
+    auto b2 = ready(bridge);
+    if (!b2) return;
+    b2->ExecuteJS(registerScript, [registered](const JSResult& reg) {
+      std::string error;
+      bool ok = ScriptSucceeded(reg, &error);
+      registered(ok, error);
+    });
+  });
+}
+
 }  // namespace morvanta

@@ -45,6 +45,13 @@ struct EventChannelTexts {
   const char* noEvents;
   const char* callbackError;   // "... Exception in <drain> callback: "
   const char* singleEventError;
+  bool notObjectWithoutKind = false;  // the notObject line is not followed by the kind
+  // Logged before a non-empty batch is dispatched, around its size
+  // ("<tag> 📥 Processing " <n> " global events..."), or null.
+  const char* batchLog = nullptr;
+  const char* batchLogSuffix = nullptr;
+  const char* callbackUnknown = nullptr;     // callbackError's line for a foreign exception
+  const char* singleEventUnknown = nullptr;  // singleEventError's (null: "unknown exception")
 };
 
 // Parses a JSON text answer; a parse fault logs "<tag> ❌ JSON parse error:
@@ -113,6 +120,7 @@ class EventChannel {
   }
   bool Empty() const { return Count() == 0; }
   bool Running() const { return state_->running.load(); }
+  const char* Tag() const { return state_->texts.tag; }
 
   // ---- loop ----
   void Start() {
@@ -187,7 +195,10 @@ class EventChannel {
     } catch (const std::exception& e) {
       log::Error(s->texts.singleEventError, e.what());
     } catch (...) {
-      log::Error(s->texts.singleEventError, "unknown exception");
+      if (s->texts.singleEventUnknown)
+        log::Error(s->texts.singleEventUnknown);
+      else
+        log::Error(s->texts.singleEventError, "unknown exception");
     }
   }
 
@@ -249,7 +260,10 @@ class EventChannel {
       JSValue value = result.value;
       if (value.IsString()) value = ParseChannelJson(t.tag, value.stringValue);
       if (!value.IsObject()) {
-        if (t.notObject) log::Error(t.notObject, static_cast<int>(value.type));
+        if (t.notObject && t.notObjectWithoutKind)
+          log::Error(t.notObject);
+        else if (t.notObject)
+          log::Error(t.notObject, static_cast<int>(value.type));
         return;
       }
       const JSValue* events = value.Find("events");
@@ -257,6 +271,8 @@ class EventChannel {
         if (t.noEvents) log::Error(t.noEvents);
         return;
       }
+      if (t.batchLog && !events->arrayValue.empty())
+        log::Info(t.batchLog, events->arrayValue.size(), t.batchLogSuffix ? t.batchLogSuffix : "");
       for (const JSValue& record : events->arrayValue) {
         if (!s->running.load() || !s->HasListeners()) break;
         DispatchOne(s, record);
@@ -264,7 +280,10 @@ class EventChannel {
     } catch (const std::exception& e) {
       log::Error(t.callbackError, e.what());
     } catch (...) {
-      log::Error(t.callbackError, "unknown exception");
+      if (t.callbackUnknown)
+        log::Error(t.callbackUnknown);
+      else
+        log::Error(t.callbackError, "unknown exception");
     }
   }
 
@@ -285,5 +304,13 @@ JSValue ScriptValue(const JSResult& result);
 // A script's {success, message|error} answer: true on success; `error`
 // receives the failure text.
 bool ScriptSucceeded(const JSResult& result, std::string* error);
+
+// Runs a channel's array init script and then, if that succeeded, its
+// register script, without waiting for either. `registered` gets the register
+// script's outcome on the bridge's thread; it is not called when the array
+// could not be set up (`arrayInitFailed` is logged) or the bridge went away.
+void RegisterChannelScripts(const std::weak_ptr<JSBridgeAdapter>& bridge, const std::string& arrayInit,
+                            const std::string& registerScript, const char* arrayInitFailed,
+                            std::function<void(bool ok, const std::string& error)> registered);
 
 }  // namespace morvanta

@@ -1,6 +1,6 @@
 #include "meeting/meeting_manager.h"
 
-#include "meeting/event_channel.h"
+#include "meeting/channel_registration.h"
 
 namespace morvanta {
 namespace {
@@ -8,6 +8,7 @@ namespace {
 constexpr char kTag[] = "[MeetingManager]";
 const std::string kPath = "morVantaMeeting.getMeetingManager().";
 
+// ---- the loops ----
 const EventChannelTexts kMeetingTexts = {
     "[MeetingManager] 🧵 Meeting event processing thread started",
     "[MeetingManager] ⏹️ Meeting event processing loop stopped",
@@ -25,7 +26,161 @@ const EventChannelTexts kMeetingTexts = {
     nullptr,
     "[MeetingManager] Exception in ProcessMeetingEventsFromJSArray callback: ",
     "[MeetingManager] Exception processing single event: ",
+    false,
+    nullptr,
+    nullptr,
+    "[MeetingManager] Unknown exception in ProcessMeetingEventsFromJSArray callback",
+    "[MeetingManager] Unknown exception processing single event",
 };
+
+const EventChannelTexts kRtcStatsTexts = {
+    "[MeetingManager] 🧵 RTC stats event processing thread started",
+    "[MeetingManager] ⏹️ RTC stats event processing loop stopped",
+    "[MeetingManager] 🛑 Processing stopped by flag",
+    "[MeetingManager] 🔄 Starting RTC stats event processing loop (event-driven mode)...",
+    "[MeetingManager] ⚠️ RTC stats event processing already started",
+    "[MeetingManager] 🛑 Stopping RTC stats event processing...",
+    "[MeetingManager] ✅ RTC stats event processing stopped",
+    kTag,
+    "ProcessRtcStatsEventsFromJSArray",
+    "[MeetingManager] 📥 Processing ",
+    true,
+    "[MeetingManager] ❌ ProcessRtcStatsEventsFromJSArray: JS execution failed",
+    "[MeetingManager] ❌ ProcessRtcStatsEventsFromJSArray: Expected Object, got type ",
+    "[MeetingManager] ❌ No 'events' key in result or it's not an array",
+    "[MeetingManager] ❌ Error processing RTC stats events from JS array: ",
+    "[MeetingManager] Exception processing single RTC stats event: ",
+    false,
+    nullptr,
+    nullptr,
+    "[MeetingManager] ❌ Unknown error processing RTC stats events from JS array",
+    "[MeetingManager] Unknown exception processing single RTC stats event",
+};
+
+const EventChannelTexts kMessageChannelTexts = {
+    "[MeetingManager] 🧵 Message channel event processing thread started",
+    "[MeetingManager] ⏹️ Message channel event processing loop stopped",
+    nullptr,
+    "[MeetingManager] 🔄 Starting message channel event processing loop...",
+    "[MeetingManager] ⚠️ Message channel event processing already started",
+    "[MeetingManager] 🛑 Stopping message channel event processing...",
+    "[MeetingManager] ✅ Message channel event processing stopped",
+    kTag,
+    "ProcessMessageChannelEventsFromJSArray",
+    nullptr,
+    true,
+    nullptr,
+    nullptr,
+    nullptr,
+    "[MeetingManager] ❌ Error processing message channel events: ",
+    "[MeetingManager] Exception processing single message channel event: ",
+    false,
+    nullptr,
+    nullptr,
+    "[MeetingManager] ❌ Unknown error processing message channel events",
+    "[MeetingManager] Unknown exception processing single message channel event",
+};
+
+// ---- attaching the JavaScript listeners ----
+// The meeting channel waits for its check and detaches before clearing;
+// the other two answer the check in its callback, and their re-registration
+// after a meeting is entered can roll back too.
+const ChannelProfile kMeetingProfile = {
+    &MeetingChannelScripts,
+    &MeetingRegisterScript,
+    true,
+    nullptr,
+    &ChannelScripts::clear,
+    true,
+    false,
+    true,
+    "[MeetingManager] ❌ AddMeetingListener called with null listener",
+    "[MeetingManager] ❌ Bridge not initialized, cannot register meeting listener",
+    "[MeetingManager] 🧹 JavaScript listener cleaned up",
+    "[MeetingManager] ⚠️ Failed to cleanup JavaScript listener: ",
+    "[MeetingManager] Meeting listeners: ",
+    "[MeetingManager] ℹ️ JavaScript listener already registered, skipping",
+    "[MeetingManager] 📝 Registering JavaScript meeting listener...",
+    "[MeetingManager] ❌ Failed to initialize meeting event array",
+    "[MeetingManager] ✅ JavaScript meeting listener registered successfully",
+    "[MeetingManager] ❌ Failed to register JavaScript meeting listener: ",
+    "[MeetingManager] 🔄 Rolled back C++ listener due to JS registration failure",
+    "[MeetingManager] 🔄 Re-registering JavaScript listener after meeting join/create...",
+    nullptr,
+    "[MeetingManager] Remaining meeting listeners: ",
+    "[MeetingManager] ✅ Meeting event array cleared",
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+};
+
+const ChannelProfile kRtcStatsProfile = {
+    &RtcStatsChannelScripts,
+    &RtcStatsRegisterScript,
+    false,
+    &RtcStatsNotificationHandlerScript,
+    &ChannelScripts::remove,
+    false,
+    true,
+    false,
+    "[MeetingManager] ❌ AddRtcStatsListener called with null listener",
+    "[MeetingManager] ❌ Bridge not initialized, cannot register RTC stats listener",
+    "[MeetingManager] 🧹 JavaScript RTC stats listener cleaned up",
+    "[MeetingManager] ⚠️ Failed to cleanup JavaScript RTC stats listener: ",
+    "[MeetingManager] RTC stats listeners: ",
+    "[MeetingManager] ℹ️ JavaScript RTC stats listener already registered, skipping",
+    "[MeetingManager] 📝 Registering JavaScript RTC stats listener...",
+    nullptr,
+    "[MeetingManager] ✅ JavaScript RTC stats listener registered successfully",
+    "[MeetingManager] ❌ Failed to register JavaScript RTC stats listener: ",
+    "[MeetingManager] 🔄 Rolled back C++ RTC stats listener due to JS registration failure",
+    "[MeetingManager] 🔄 Re-registering JavaScript RTC stats listener after meeting join/create...",
+    "[MeetingManager] Removing all RTC stats listeners...",
+    "[MeetingManager] Remaining RTC stats listeners: ",
+    "[MeetingManager] ✅ JavaScript RTC stats listener removed successfully",
+    "[MeetingManager] ⚠️ Failed to remove JavaScript RTC stats listener: ",
+    "[MeetingManager] 📝 Registering event notification handler...",
+    "[MeetingManager] ✅ Event notification handler registered successfully",
+    "[MeetingManager] ❌ Failed to register notification handler: ",
+};
+
+const ChannelProfile kMessageChannelProfile = {
+    &MessageChannelScripts,
+    &MessageChannelRegisterScript,
+    true,
+    nullptr,
+    &ChannelScripts::remove,
+    false,
+    true,
+    false,
+    "[MeetingManager] ❌ AddMessageChannelListener called with null listener",
+    "[MeetingManager] ❌ Bridge not initialized, cannot register message channel listener",
+    "[MeetingManager] 🧹 JavaScript message channel listener cleaned up",
+    "[MeetingManager] ⚠️ Failed to cleanup JavaScript message channel listener: ",
+    "[MeetingManager] Message channel listeners: ",
+    "[MeetingManager] ℹ️ JavaScript message channel listener already registered, skipping",
+    "[MeetingManager] 📝 Registering JavaScript message channel listener...",
+    "[MeetingManager] ❌ Failed to initialize message channel event array",
+    "[MeetingManager] ✅ JavaScript message channel listener registered successfully",
+    "[MeetingManager] ❌ Failed to register JavaScript message channel listener: ",
+    "[MeetingManager] 🔄 Rolled back C++ message channel listener due to JS registration failure",
+    "[MeetingManager] 🔄 Re-registering JavaScript message channel listener after meeting join/create...",
+    "[MeetingManager] Removing all message channel listeners...",
+    "[MeetingManager] Remaining message channel listeners: ",
+    "[MeetingManager] ✅ JavaScript message channel listener removed successfully",
+    "[MeetingManager] ⚠️ Failed to remove JavaScript message channel listener: ",
+    nullptr,
+    nullptr,
+    nullptr,
+};
+
+template <typename Listener>
+std::shared_ptr<RegisteredChannel<Listener>> MakeChannel(
+    const ChannelProfile& profile, const EventChannelTexts& texts,
+    void (*dispatch)(const JSValue&, const std::vector<Listener*>&), const std::weak_ptr<JSBridgeAdapter>& bridge) {
+  return std::make_shared<RegisteredChannel<Listener>>(profile, texts, dispatch, bridge);
+}
 
 SdkCall Call(const char* method, const char* jsMethod, std::vector<JSValue> args = {}) {
   SdkCall call;
@@ -39,77 +194,24 @@ SdkCall Call(const char* method, const char* jsMethod, std::vector<JSValue> args
 
 }  // namespace
 
-// Shared with script callbacks, which may arrive after the manager is gone.
-struct MvMeetingManager::Core : std::enable_shared_from_this<Core> {
-  std::weak_ptr<JSBridgeAdapter> bridge;
-  EventChannel<IMvMeetingListener> meeting;
+// The three event channels of the meeting manager. Shared with script
+// callbacks, which may arrive after the manager is gone.
+struct MvMeetingManager::Core {
+  std::shared_ptr<RegisteredChannel<IMvRtcStatsListener>> rtcStats;
+  std::shared_ptr<RegisteredChannel<IMvMeetingListener>> meeting;
+  std::shared_ptr<RegisteredChannel<IMvMessageChannelListener>> messageChannel;
 
-  explicit Core(std::weak_ptr<JSBridgeAdapter> b)
-      : bridge(b), meeting(kMeetingTexts, MeetingChannelScripts().drain, &DispatchMeetingEvent, b) {}
+  explicit Core(const std::weak_ptr<JSBridgeAdapter>& b)
+      : rtcStats(MakeChannel(kRtcStatsProfile, kRtcStatsTexts, &DispatchRtcStatsEvent, b)),
+        meeting(MakeChannel(kMeetingProfile, kMeetingTexts, &DispatchMeetingEvent, b)),
+        messageChannel(MakeChannel(kMessageChannelProfile, kMessageChannelTexts, &DispatchMessageChannelEvent, b)) {}
 
-  std::shared_ptr<JSBridgeAdapter> Bridge() const {
-    auto b = bridge.lock();
-    return b && b->IsInitialized() ? b : nullptr;
+  // After create, join and rejoin, in this order.
+  void EnsureAll() {
+    meeting->Ensure();
+    rtcStats->Ensure();
+    messageChannel->Ensure();
   }
-
-  void CleanupJavaScriptMeetingListener() {
-    JSResult result;
-    if (!RunChannelScript(Bridge(), MeetingChannelScripts().cleanup, std::chrono::seconds(1), &result)) return;
-    std::string error;
-    if (ScriptSucceeded(result, &error))
-      log::Info(kTag, " 🧹 JavaScript listener cleaned up");
-    else
-      log::Error(kTag, " ⚠️ Failed to cleanup JavaScript listener: ", error);
-  }
-
-  // Array init, then the register script; `rollback` pops the last native
-  // listener when the JavaScript side refuses.
-  void Register(bool reregister, bool rollback) {
-    auto b = Bridge();
-    if (!b) return;
-    std::weak_ptr<Core> weak = weak_from_this();
-    b->ExecuteJS(MeetingChannelScripts().arrayInit, [weak, reregister, rollback](const JSResult& r) {
-      auto core = weak.lock();
-      if (!core) return;
-      if (!ScriptSucceeded(r, nullptr)) {
-        log::Error(kTag, " ❌ Failed to initialize meeting event array");
-        return;
-      }
-      auto b2 = core->Bridge();
-      if (!b2) return;
-      b2->ExecuteJS(MeetingRegisterScript(reregister), [weak, rollback](const JSResult& reg) {
-        auto c = weak.lock();
-        if (!c) return;
-        std::string error;
-        if (ScriptSucceeded(reg, &error)) {
-          log::Info(kTag, " ✅ JavaScript meeting listener registered successfully");
-          c->meeting.Start();
-          return;
-        }
-        log::Error(kTag, " ❌ Failed to register JavaScript meeting listener: ", error);
-        if (rollback && c->meeting.PopBack())
-          log::Info(kTag, " 🔄 Rolled back C++ listener due to JS registration failure");
-      });
-    });
-  }
-
-  // After create, join and rejoin: re-attach a listener whose registration
-  // was lost. A listener that is registered stays where it is.
-  void EnsureMeetingListener() {
-    if (meeting.Empty()) return;
-    auto b = Bridge();
-    if (!b) return;
-    std::weak_ptr<Core> weak = weak_from_this();
-    b->ExecuteJS(MeetingChannelScripts().check, [weak](const JSResult& r) {
-      auto core = weak.lock();
-      if (!core) return;
-      if (r.success && r.value.IsBool() && r.value.boolValue) return;
-      log::Info(kTag, " 🔄 Re-registering JavaScript listener after meeting join/create...");
-      core->Register(true, false);
-    });
-  }
-
-  void EnsureAll() { EnsureMeetingListener(); }
 };
 
 MvMeetingManager::MvMeetingManager(std::weak_ptr<JSBridgeAdapter> bridge)
@@ -117,8 +219,12 @@ MvMeetingManager::MvMeetingManager(std::weak_ptr<JSBridgeAdapter> bridge)
 
 MvMeetingManager::~MvMeetingManager() {
   log::Info(kTag, " Destroying, stopping all event processing...");
-  core_->meeting.Stop();
-  core_->meeting.Join();
+  core_->meeting->Events().Stop();
+  core_->rtcStats->Events().Stop();
+  core_->messageChannel->Events().Stop();
+  core_->meeting->Events().Join();
+  core_->rtcStats->Events().Join();
+  core_->messageChannel->Events().Join();
   log::Info(kTag, " Destroyed");
 }
 
@@ -254,50 +360,21 @@ void MvMeetingManager::ReleaseMeeting() {
   });
 }
 
-void MvMeetingManager::AddMeetingListener(IMvMeetingListener* listener) {
-  if (!listener) {
-    log::Error(kTag, " ❌ AddMeetingListener called with null listener");
-    return;
-  }
-  auto b = core_->Bridge();
-  if (!b) {
-    log::Error(kTag, " ❌ Bridge not initialized, cannot register meeting listener");
-    return;
-  }
-  core_->CleanupJavaScriptMeetingListener();
-  core_->meeting.Stop();
-  if (core_->meeting.Erase(listener)) log::Info(kTag, " 🔄 Removed existing listener before re-adding");
-  core_->meeting.Append(listener);
-  log::Info(kTag, " Meeting listeners: ", core_->meeting.Count());
+void MvMeetingManager::AddMeetingListener(IMvMeetingListener* l) { core_->meeting->Add(l); }
+void MvMeetingManager::RemoveMeetingListener(IMvMeetingListener* l) { core_->meeting->Remove(l); }
+size_t MvMeetingManager::MeetingListenerCount() const { return core_->meeting->Events().Count(); }
+bool MvMeetingManager::MeetingEventsRunning() const { return core_->meeting->Events().Running(); }
 
-  JSResult check;
-  bool registered = RunChannelScript(b, MeetingChannelScripts().check, std::chrono::milliseconds(500), &check) &&
-                    check.success && check.value.IsBool() && check.value.boolValue;
-  if (registered) {
-    log::Info(kTag, " ℹ️ JavaScript listener already registered, skipping");
-    return;
-  }
-  log::Info(kTag, " 📝 Registering JavaScript meeting listener...");
-  core_->Register(false, true);
+void MvMeetingManager::AddRtcStatsListener(IMvRtcStatsListener* l) { core_->rtcStats->Add(l); }
+void MvMeetingManager::RemoveRtcStatsListener(IMvRtcStatsListener* l) { core_->rtcStats->Remove(l); }
+size_t MvMeetingManager::RtcStatsListenerCount() const { return core_->rtcStats->Events().Count(); }
+bool MvMeetingManager::RtcStatsEventsRunning() const { return core_->rtcStats->Events().Running(); }
+
+void MvMeetingManager::AddMessageChannelListener(IMvMessageChannelListener* l) { core_->messageChannel->Add(l); }
+void MvMeetingManager::RemoveMessageChannelListener(IMvMessageChannelListener* l) {
+  core_->messageChannel->Remove(l);
 }
-
-void MvMeetingManager::RemoveMeetingListener(IMvMeetingListener* listener) {
-  if (listener)
-    core_->meeting.Erase(listener);
-  else
-    core_->meeting.Clear();
-  log::Info(kTag, " Remaining meeting listeners: ", core_->meeting.Count());
-  if (!core_->meeting.Empty()) return;
-  core_->meeting.Stop();
-  core_->CleanupJavaScriptMeetingListener();
-  if (auto b = core_->Bridge()) {
-    b->ExecuteJS(MeetingChannelScripts().clear, [](const JSResult& r) {
-      if (ScriptSucceeded(r, nullptr)) log::Info(kTag, " ✅ Meeting event array cleared");
-    });
-  }
-}
-
-size_t MvMeetingManager::MeetingListenerCount() const { return core_->meeting.Count(); }
-bool MvMeetingManager::MeetingEventsRunning() const { return core_->meeting.Running(); }
+size_t MvMeetingManager::MessageChannelListenerCount() const { return core_->messageChannel->Events().Count(); }
+bool MvMeetingManager::MessageChannelEventsRunning() const { return core_->messageChannel->Events().Running(); }
 
 }  // namespace morvanta

@@ -13,6 +13,8 @@
 #include "managers/call_frame.h"
 #include "managers/manager_base.h"
 #include "meeting/meeting_events.h"
+#include "meeting/message_channel_events.h"
+#include "meeting/rtc_stats_events.h"
 
 namespace morvanta {
 
@@ -63,6 +65,19 @@ class MvMeetingManager : public MvManagerBase {
   void RemoveMeetingListener(IMvMeetingListener* listener);
   size_t MeetingListenerCount() const;
   bool MeetingEventsRunning() const;
+
+  // RTC stats and message channel. Adding waits up to 1 s for the old
+  // JavaScript listener to detach; registration goes on in callbacks. Null
+  // removes all; the last removal detaches the JavaScript listener and drops
+  // the events queued for it.
+  void AddRtcStatsListener(IMvRtcStatsListener* listener);
+  void RemoveRtcStatsListener(IMvRtcStatsListener* listener);
+  size_t RtcStatsListenerCount() const;
+  bool RtcStatsEventsRunning() const;
+  void AddMessageChannelListener(IMvMessageChannelListener* listener);
+  void RemoveMessageChannelListener(IMvMessageChannelListener* listener);
+  size_t MessageChannelListenerCount() const;
+  bool MessageChannelEventsRunning() const;
 
   // The options object sent to createMeeting: only the keys that are set.
   static JSValue CreateOptionsObject(const MvMeetingCreateOptions& options);
