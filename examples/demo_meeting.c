@@ -58,6 +58,29 @@ static void on_room_ended(const char* reason, const char* extra, void* user_data
   fprintf(demo_out, "    [%5.1fs] the room ended: %s\n", elapsed(), reason);
 }
 
+/* ---- global listener: the service's media engine coming and going ---- */
+
+static void on_engine_ready(const char* room_uuid, void* user_data) {
+  (void)user_data;
+  fprintf(demo_out, "    [%5.1fs] media engine ready for %s\n", elapsed(), room_uuid);
+}
+
+static void on_engine_release(const char* room_uuid, void* user_data) {
+  (void)user_data;
+  fprintf(demo_out, "    [%5.1fs] media engine released for %s\n", elapsed(), room_uuid);
+}
+
+/* ---- statistics: one line for the first round only ---- */
+
+static int stats_shown;
+
+static void on_rtc_stats(const MorvantaRtcStats* stats, void* user_data) {
+  (void)user_data;
+  if (stats_shown++) return;
+  fprintf(demo_out, "    [%5.1fs] statistics: %lld s in the meeting, %d bytes sent, %d bytes received\n", elapsed(),
+          (long long)stats->duration, stats->tx_bytes, stats->rx_bytes);
+}
+
 /* ---- the scene ---- */
 
 static void list_devices(MorvantaAudioManager_T* audio) {
@@ -111,6 +134,8 @@ int demo_meeting_scene(MorvantaSDK_T* sdk) {
   MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
   MorvantaChatroomManager_T* chat = Morvanta_GetChatroomManager(sdk);
   MorvantaMeetingListener listener;
+  MorvantaGlobalEventListener global;
+  MorvantaRtcStatsListener stats;
   MorvantaMeetingCreateOptions create;
   MorvantaChatroomTextMessageOptions text;
   char other[128];
@@ -125,6 +150,15 @@ int demo_meeting_scene(MorvantaSDK_T* sdk) {
   clock_gettime(CLOCK_MONOTONIC, &scene_start);
 
   list_devices(audio);
+
+  memset(&global, 0, sizeof(global));
+  global.after_rtc_engine_initialize = on_engine_ready;
+  global.before_rtc_engine_release = on_engine_release;
+  demo_line("global listener", Morvanta_AddGlobalEventListener(&global) == 0 ? "added" : "refused");
+
+  memset(&stats, 0, sizeof(stats));
+  stats.onRtcStats = on_rtc_stats;
+  demo_line("statistics listener", Morvanta_Meeting_AddRtcStatsListener(meeting, &stats) == 0 ? "added" : "refused");
 
   memset(&listener, 0, sizeof(listener));
   listener.onMemberJoinMeeting = on_member_join;
@@ -176,6 +210,8 @@ int demo_meeting_scene(MorvantaSDK_T* sdk) {
   }
 
   Morvanta_Meeting_RemoveMeetingListener(meeting, &listener);
+  Morvanta_Meeting_RemoveRtcStatsListener(meeting, &stats);
+  Morvanta_RemoveGlobalEventListener(&global);
   Morvanta_DestroyChatroomManagerHandle(chat);
   Morvanta_DestroyAudioManagerHandle(audio);
   Morvanta_DestroyMemberManagerHandle(members);
