@@ -1,6 +1,7 @@
 /* A C99 host of libmorvanta, using only morvanta.h and the shared library.
  * It runs a few scenes against the service: an account session, a meeting
- * with listeners on its events, and scheduling; then it shuts down.
+ * with listeners on its events, a waiting room, and scheduling; then it
+ * shuts down.
  *
  * The library writes its own diagnostic lines to standard output. This
  * program moves standard output into a log file first and prints its own
@@ -42,6 +43,7 @@ int main(void) {
 
   failures += demo_account_scene(sdk);
   failures += demo_meeting_scene(sdk);
+  failures += demo_waiting_room_scene(sdk);
   failures += demo_schedule_scene(sdk);
 
   rc = Morvanta_Uninitialize();

@@ -14,7 +14,7 @@ void demo_line(const char* what, const char* format, ...) {
   va_start(args, format);
   vsnprintf(text, sizeof(text), format, args);
   va_end(args);
-  fprintf(demo_out, "  %-30s %s\n", what, text);
+  fprintf(demo_out, "  %-36s %s\n", what, text);
 }
 
 void answer_init(Answer* a) {

@@ -48,6 +48,7 @@ void demo_sleep_ms(long ms);
 /* The scenes, in the order main runs them. Each returns 0 when it ran. */
 int demo_account_scene(MorvantaSDK_T* sdk);
 int demo_meeting_scene(MorvantaSDK_T* sdk);
+int demo_waiting_room_scene(MorvantaSDK_T* sdk);
 int demo_schedule_scene(MorvantaSDK_T* sdk);
 
 #endif
