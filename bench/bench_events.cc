@@ -22,47 +22,25 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "bridge/js_bridge_adapter.h"
-#include "capi/sdk_state.h"
 #include "morvanta.h"
+#include "support/sandbox_eval.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Runs a script on the library's bridge and waits for its value.
 morvanta::JSValue Eval(const std::string& script) {
-  struct Shared {
-    std::mutex m;
-    std::condition_variable cv;
-    bool done = false;
-    morvanta::JSResult r;
-  };
-  auto s = std::make_shared<Shared>();
-  auto bridge = morvanta::capi::g_bridge;
-  if (!bridge) return {};
-  bridge->ExecuteJS("Promise.resolve((function () { return " + script + "; })())",
-                    [s](const morvanta::JSResult& r) {
-                      std::lock_guard<std::mutex> lock(s->m);
-                      s->r = r;
-                      s->done = true;
-                      s->cv.notify_all();
-                    });
-  std::unique_lock<std::mutex> lock(s->m);
-  s->cv.wait_for(lock, std::chrono::seconds(30), [&] { return s->done; });
-  return s->r.value;
+  return morvanta_test::SandboxEval(script, std::chrono::seconds(30));
 }
 
 long RssKiB() {
