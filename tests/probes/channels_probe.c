@@ -235,6 +235,9 @@ static int exit_alive(void) {
   }
   sleep_ms(1500);
   report_events("heard");
+  /* The handles are the host's to release; the listeners stay registered. */
+  Morvanta_DestroyWaitingRoomManagerHandle(s.waiting);
+  Morvanta_DestroyMeetingManagerHandle(s.meeting);
   fprintf(stderr, "PROBE: returning from main with listeners alive\n");
   return all_channels_heard() ? 0 : 2;
 }
