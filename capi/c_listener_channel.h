@@ -17,15 +17,39 @@
 namespace morvanta {
 namespace capi {
 
-// The lines of a channel's add and remove.
+// The lines of one channel's add and remove; a null line is not written.
 struct CListenerTexts {
-  const char* addEntry;       // "[MeetingManager C API] 🚀 Morvanta_Meeting_Add..."
-  const char* creating;       // first listener: before the wrapper is registered
-  const char* calling;        // ... before the manager call
-  const char* firstNote;      // ... after the manager call, or null
-  const char* stored;         // followed by the count and ")"
-  const char* notFound;
-  const char* removed;        // followed by the count and ")"
+  const char* addEntry;  // "[MeetingManager C API] 🚀 Morvanta_Meeting_Add...", at every add
+  const char* creating;  // first listener: before the wrapper is registered
+  const char* calling;   // ... before the manager call
+  const char* firstNote; // ... after the registered line
+  const char* stored;    // followed by the count and ")"
+  const char* notFound;  // null: removing a record that is not there is no fault (0)
+  const char* removed;   // followed by the count and ")"
+};
+
+// What the channels of one manager family share: their refusal and wrapper
+// lines (null: not written) and where the count line stands.
+struct CListenerFamily {
+  const char* invalidHandle;      // null handle or no manager; null: refused silently
+  const char* invalidListener;    // null record
+  const char* registered;         // the manager took the wrapper
+  const char* alreadyRegistered;  // a later record, only stored
+  const char* unregistered;       // the last record went, and the wrapper with it
+  // False: the count line closes an add or remove. True: it comes first,
+  // right after the list changed, and an add keeps the manager before it
+  // calls it.
+  bool countFirst;
+};
+
+// The channels whose wrapper is registered on MvMeetingManager.
+inline constexpr CListenerFamily kMeetingManagerFamily = {
+    "[MeetingManager C API] ❌ Invalid handle",
+    "[MeetingManager C API] ❌ Invalid listener",
+    "[MeetingManager C API] ✅ Registered C++ wrapper listener with MvMeetingManager",
+    "[MeetingManager C API] ℹ️ Wrapper already registered, only storing new C listener",
+    "[MeetingManager C API] ✅ Unregistered C++ wrapper listener",
+    false,
 };
 
 template <typename Record, typename Native, typename Manager>
@@ -33,31 +57,45 @@ class CListenerChannel {
  public:
   using AddFn = void (Manager::*)(Native*);
 
-  CListenerChannel(const CListenerTexts& texts, Native& wrapper, AddFn add, AddFn remove)
-      : texts_(texts), wrapper_(wrapper), add_(add), remove_(remove) {}
+  CListenerChannel(const CListenerFamily& family, const CListenerTexts& texts, Native& wrapper, AddFn add,
+                   AddFn remove)
+      : family_(family), texts_(texts), wrapper_(wrapper), add_(add), remove_(remove) {}
+
+  // The channel of `Wrapper` for the life of the process, with its wrapper:
+  // a drain in flight may still reach the wrapper after the last C listener
+  // went, and neither may end in static destruction.
+  template <typename Wrapper>
+  static CListenerChannel& ForProcess(const CListenerFamily& family, const CListenerTexts& texts, AddFn add,
+                                      AddFn remove) {
+    static auto* wrapper = new Wrapper;
+    static auto* channel = new CListenerChannel(family, texts, *wrapper, add, remove);
+    return *channel;
+  }
 
   // Appends a copy of `record` (a record added twice is called twice). The
   // first one registers the wrapper on the handle's manager, which may wait
   // for the JavaScript side.
   template <typename Handle>
   int Add(Handle* handle, const Record* record) {
-    log::Info(texts_.addEntry);
+    Line(texts_.addEntry);
     if (!CheckArguments(handle, record)) return -1;
     std::lock_guard<std::mutex> lock(mutex_);
     bool wasEmpty = listeners_.empty();
     listeners_.push_back(*record);
+    if (family_.countFirst) Count(texts_.stored);
     if (wasEmpty) {
-      log::Info(texts_.creating);
+      Line(texts_.creating);
       if (manager_) (manager_.get()->*remove_)(&wrapper_);  // the wrapper of an earlier manager
-      log::Info(texts_.calling);
+      Line(texts_.calling);
+      if (family_.countFirst) manager_ = handle->manager;
       (handle->manager.get()->*add_)(&wrapper_);
       manager_ = handle->manager;
-      log::Info(kTag, " ✅ Registered C++ wrapper listener with MvMeetingManager");
-      if (texts_.firstNote) log::Info(texts_.firstNote);
+      Line(family_.registered);
+      Line(texts_.firstNote);
     } else {
-      log::Info(kTag, " ℹ️ Wrapper already registered, only storing new C listener");
+      Line(family_.alreadyRegistered);
     }
-    log::Info(texts_.stored, listeners_.size(), ")");
+    if (!family_.countFirst) Count(texts_.stored);
     return 0;
   }
 
@@ -70,34 +108,50 @@ class CListenerChannel {
     auto it = listeners_.begin();
     while (it != listeners_.end() && std::memcmp(&*it, record, sizeof(Record)) != 0) ++it;
     if (it == listeners_.end()) {
+      if (!texts_.notFound) return 0;
       log::Info(texts_.notFound);
       return -1;
     }
     listeners_.erase(it);
+    if (family_.countFirst) Count(texts_.removed);
     if (listeners_.empty() && manager_) {
       (manager_.get()->*remove_)(&wrapper_);
       manager_.reset();
-      log::Info(kTag, " ✅ Unregistered C++ wrapper listener");
+      Line(family_.unregistered);
     }
-    log::Info(texts_.removed, listeners_.size(), ")");
+    if (!family_.countFirst) Count(texts_.removed);
     return 0;
   }
 
-  // One event: calls `field` of every listener that has it set, in order of
-  // addition, with `args` and the listener's user_data, holding the mutex.
-  // Logs "<tag> 🔔 <name> called (<detail>listener count: N)" and the number
-  // of listeners called.
+  // Calls `call` with every record, in order of addition, holding the mutex.
+  template <typename Call>
+  void ForEach(Call&& call) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (const Record& l : listeners_) call(l);
+  }
+
+  // Calls `field` of every record that has it set, in order of addition,
+  // with `args` and the record's user_data, holding the mutex. Answers how
+  // many were called.
+  template <typename Field, typename... Args>
+  size_t Call(Field field, const Args&... args) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return CallLocked(field, args...);
+  }
+
+  // Call, between "<tag> 🔔 <name> called (<detail>listener count: N)" and
+  // the number of listeners called, both written under the mutex.
   template <typename Field, typename... Args>
   void FanOut(const char* tag, const char* name, const std::string& detail, Field field, const Args&... args) {
     std::lock_guard<std::mutex> lock(mutex_);
     log::Info(tag, " 🔔 ", name, " called (", detail, "listener count: ", listeners_.size(), ")");
-    size_t forwarded = 0;
-    for (const Record& l : listeners_) {
-      if (!(l.*field)) continue;
-      (l.*field)(args..., l.user_data);
-      ++forwarded;
-    }
+    size_t forwarded = CallLocked(field, args...);
     log::Info(tag, " ✅ ", name, " forwarded to ", forwarded, " C listeners");
+  }
+
+  size_t Size() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return listeners_.size();
   }
 
   // At uninitialise, while scripts still run: the manager's native list is
@@ -126,21 +180,36 @@ class CListenerChannel {
   }
 
  private:
-  static constexpr const char* kTag = "[MeetingManager C API]";
+  static void Line(const char* text) {
+    if (text) log::Info(text);
+  }
+  void Count(const char* text) const { log::Info(text, listeners_.size(), ")"); }
+
+  template <typename Field, typename... Args>
+  size_t CallLocked(Field field, const Args&... args) const {
+    size_t called = 0;
+    for (const Record& l : listeners_) {
+      if (!(l.*field)) continue;
+      (l.*field)(args..., l.user_data);
+      ++called;
+    }
+    return called;
+  }
 
   template <typename Handle>
-  static bool CheckArguments(Handle* handle, const Record* record) {
+  bool CheckArguments(Handle* handle, const Record* record) const {
     if (!handle || !handle->manager) {
-      log::Error(kTag, " ❌ Invalid handle");
+      if (family_.invalidHandle) log::Error(family_.invalidHandle);
       return false;
     }
     if (!record) {
-      log::Error(kTag, " ❌ Invalid listener");
+      if (family_.invalidListener) log::Error(family_.invalidListener);
       return false;
     }
     return true;
   }
 
+  const CListenerFamily family_;
   const CListenerTexts texts_;
   Native& wrapper_;
   const AddFn add_;

@@ -1,11 +1,9 @@
-// C listeners of the meeting channel: a process-wide list of C records, one
-// native wrapper that fans each event out to them, and the manager the
-// wrapper is registered on. The list's mutex is held through the C calls, so
-// the C listeners of this channel are called one at a time.
-#include <cstring>
-#include <mutex>
+// C listeners of the meeting channel. Each event is converted once; member
+// events call a C listener once per member, chatroom member and message
+// events once with the whole array.
 #include <vector>
 
+#include "capi/c_listener_channel.h"
 #include "capi/c_records.h"
 #include "capi/call_frame.h"
 #include "capi/listener_channels.h"
@@ -16,7 +14,6 @@ namespace morvanta {
 namespace capi {
 namespace {
 
-constexpr char kTag[] = "[MeetingManager C API]";
 constexpr char kWrapperTag[] = "[MeetingListenerWrapper]";
 
 // Reused per operation and thread, so steady-state events allocate nothing.
@@ -27,36 +24,30 @@ const std::vector<MorvantaMember>& Views(const std::vector<MvMember>& members,
   return buffer;
 }
 
-struct MeetingChannelState {
-  std::mutex mutex;
-  std::vector<MorvantaMeetingListener> listeners;
-  bool wrapperRegistered = false;
-  std::shared_ptr<MvMeetingManager> manager;
+const CListenerTexts kTexts = {
+    "[MeetingManager C API] 🚀 Morvanta_Meeting_AddMeetingListener",
+    "[MeetingManager C API] 📝 Creating MeetingListenerWrapper...",
+    "[MeetingManager C API] 📝 Calling MvMeetingManager::AddMeetingListener...",
+    nullptr,
+    "[MeetingManager C API] ✅ Meeting listener stored (count: ",
+    "[MeetingManager C API] ⚠️ Meeting listener not found",
+    "[MeetingManager C API] ✅ Meeting listener removed (count: ",
 };
 
-MeetingChannelState& Channel() {
-  static auto* state = new MeetingChannelState;  // outlives static destruction
-  return *state;
-}
+using Channel = CListenerChannel<MorvantaMeetingListener, IMvMeetingListener, MvMeetingManager>;
+Channel& TheChannel();
 
 // The wrapper: converts once, then calls each C listener under the mutex.
 class MeetingListenerWrapper : public IMvMeetingListener {
  public:
-  template <typename Call>
-  static void FanOut(Call&& call) {
-    MeetingChannelState& ch = Channel();
-    std::lock_guard<std::mutex> lock(ch.mutex);
-    for (const MorvantaMeetingListener& l : ch.listeners) call(l);
-  }
-
   void Members(const char* name, const std::vector<MvMember>& members,
                void (*MorvantaMeetingListener::*field)(const MorvantaMember*, void*)) {
     log::Info(kWrapperTag, " 🔔 ", name, " called (member count: ", members.size(),
-              ", listener count: ", ListenerCount(), ")");
+              ", listener count: ", TheChannel().Size(), ")");
     thread_local std::vector<MorvantaMember> buffer;
     const auto& views = Views(members, buffer);
     size_t forwarded = 0;
-    FanOut([&](const MorvantaMeetingListener& l) {
+    TheChannel().ForEach([&](const MorvantaMeetingListener& l) {
       if (!(l.*field)) return;
       ++forwarded;
       for (const MorvantaMember& m : views) (l.*field)(&m, l.user_data);
@@ -69,9 +60,7 @@ class MeetingListenerWrapper : public IMvMeetingListener {
     log::Info(kWrapperTag, " 🔔 ", name, " called (member count: ", members.size(), ")");
     thread_local std::vector<MorvantaMember> buffer;
     const auto& views = Views(members, buffer);
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.*field) (l.*field)(views.data(), static_cast<uint32_t>(views.size()), l.user_data);
-    });
+    TheChannel().Call(field, views.data(), static_cast<uint32_t>(views.size()));
   }
 
   void OnMemberJoinMeeting(const std::vector<MvMember>& members) override {
@@ -90,9 +79,7 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   void Mute(const char* name, const std::string& uuid, bool mute,
             void (*MorvantaMeetingListener::*field)(const char*, bool, void*)) {
     log::Info(kWrapperTag, " 🔔 ", name, " called (userUuid: ", uuid, ", muted: ", mute ? "true" : "false", ")");
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.*field) (l.*field)(uuid.c_str(), mute, l.user_data);
-    });
+    TheChannel().Call(field, uuid.c_str(), mute);
   }
   void OnMemberAudioMuteChanged(const std::string& uuid, bool mute, const MvMember*) override {
     Mute("OnMemberAudioMuteChanged", uuid, mute, &MorvantaMeetingListener::onMemberAudioMuteChanged);
@@ -102,25 +89,20 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   }
   void OnRoomEnded(const std::string& reason, const std::string& extra) override {
     log::Info(kWrapperTag, " 🔔 OnRoomEnded called (reason: ", reason, ", extra: ", extra, ")");
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.onRoomEnded) l.onRoomEnded(reason.c_str(), extra.c_str(), l.user_data);
-    });
+    TheChannel().Call(&MorvantaMeetingListener::onRoomEnded, reason.c_str(), extra.c_str());
   }
   void OnMemberAudioConnectStateChanged(const MvMember& member, bool connected) override {
     log::Info(kWrapperTag, " 🔔 OnMemberAudioConnectStateChanged called");
     MorvantaMember c = MemberView(member);
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.onMemberAudioConnectStateChanged) l.onMemberAudioConnectStateChanged(&c, connected, l.user_data);
-    });
+    TheChannel().Call(&MorvantaMeetingListener::onMemberAudioConnectStateChanged,
+                      &c, connected);
   }
   void OnMemberScreenShareStateChanged(const MvMember& member, bool sharing, const MvMember* by) override {
     log::Info(kWrapperTag, " 🔔 OnMemberScreenShareStateChanged called");
     MorvantaMember c = MemberView(member);
     MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.onMemberScreenShareStateChanged)
-        l.onMemberScreenShareStateChanged(&c, sharing, by ? &op : nullptr, l.user_data);
-    });
+    TheChannel().Call(&MorvantaMeetingListener::onMemberScreenShareStateChanged,
+                      &c, sharing, by ? &op : nullptr);
   }
   void OnReceiveChatroomMessages(const std::vector<MvChatMessage>& messages) override {
     log::Info(kWrapperTag, " 🔔 OnReceiveChatroomMessages called (message count: ", messages.size(), ")");
@@ -134,10 +116,8 @@ class MeetingListenerWrapper : public IMvMeetingListener {
       built.push_back(c);
       buffer.push_back(*c);
     }
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.onReceiveChatroomMessages)
-        l.onReceiveChatroomMessages(buffer.data(), static_cast<uint32_t>(buffer.size()), l.user_data);
-    });
+    TheChannel().Call(&MorvantaMeetingListener::onReceiveChatroomMessages,
+                      buffer.data(), static_cast<uint32_t>(buffer.size()));
     for (MorvantaChatMessage* c : built) Morvanta_FreeChatMessage(c);
     buffer.clear();
   }
@@ -146,50 +126,22 @@ class MeetingListenerWrapper : public IMvMeetingListener {
     log::Info(kWrapperTag, " 🔔 OnMemberChatBanStateChanged called");
     MorvantaMember c = MemberView(member);
     MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
-    FanOut([&](const MorvantaMeetingListener& l) {
-      if (l.onMemberChatBanStateChanged)
-        l.onMemberChatBanStateChanged(&c, banned, duration, notifyExt.c_str(), by ? &op : nullptr, l.user_data);
-    });
+    TheChannel().Call(&MorvantaMeetingListener::onMemberChatBanStateChanged,
+                      &c, banned, duration, notifyExt.c_str(),
+                      by ? &op : nullptr);
   }
-
- private:
-  static size_t ListenerCount() { return Channel().listeners.size(); }
 };
 
-// One wrapper for the life of the process: a drain in flight may still hold
-// its address after the last C listener went.
-MeetingListenerWrapper& Wrapper() {
-  static auto* wrapper = new MeetingListenerWrapper;
-  return *wrapper;
-}
-
-bool SameRecord(const MorvantaMeetingListener& a, const MorvantaMeetingListener& b) {
-  return std::memcmp(&a, &b, sizeof(MorvantaMeetingListener)) == 0;
+Channel& TheChannel() {
+  return Channel::ForProcess<MeetingListenerWrapper>(kMeetingManagerFamily, kTexts,
+                                                     &MvMeetingManager::AddMeetingListener,
+                                                     &MvMeetingManager::RemoveMeetingListener);
 }
 
 }  // namespace
 
-bool StopMeetingListeners() {
-  std::shared_ptr<MvMeetingManager> manager;
-  {
-    std::lock_guard<std::mutex> lock(Channel().mutex);
-    manager = Channel().manager;
-  }
-  if (!manager) return false;
-  manager->RemoveMeetingListener(nullptr);
-  return true;
-}
-
-void ClearMeetingListeners() {
-  std::shared_ptr<MvMeetingManager> manager;
-  {
-    std::lock_guard<std::mutex> lock(Channel().mutex);
-    Channel().listeners.clear();
-    Channel().wrapperRegistered = false;
-    manager = std::move(Channel().manager);
-  }
-  // The manager (and its loop threads) may end here, outside the mutex.
-}
+bool StopMeetingListeners() { return TheChannel().Stop(); }
+void ClearMeetingListeners() { TheChannel().Clear(); }
 
 }  // namespace capi
 }  // namespace morvanta
@@ -201,65 +153,13 @@ extern "C" {
 
 MORVANTA_API int Morvanta_Meeting_AddMeetingListener(MorvantaMeetingManager_T* handle,
                                                      const MorvantaMeetingListener* listener) {
-  return Guarded<int>("Morvanta_Meeting_AddMeetingListener", -999, [&] {
-    log::Info(kTag, " 🚀 Morvanta_Meeting_AddMeetingListener");
-    if (!handle || !handle->manager) {
-      log::Error(kTag, " ❌ Invalid handle");
-      return -1;
-    }
-    if (!listener) {
-      log::Error(kTag, " ❌ Invalid listener");
-      return -1;
-    }
-    MeetingChannelState& ch = Channel();
-    std::lock_guard<std::mutex> lock(ch.mutex);
-    bool wasEmpty = ch.listeners.empty();
-    ch.listeners.push_back(*listener);
-    if (wasEmpty) {
-      log::Info(kTag, " 📝 Creating MeetingListenerWrapper...");
-      if (ch.manager) ch.manager->RemoveMeetingListener(&Wrapper());
-      log::Info(kTag, " 📝 Calling MvMeetingManager::AddMeetingListener...");
-      handle->manager->AddMeetingListener(&Wrapper());
-      ch.manager = handle->manager;
-      ch.wrapperRegistered = true;
-      log::Info(kTag, " ✅ Registered C++ wrapper listener with MvMeetingManager");
-    } else {
-      log::Info(kTag, " ℹ️ Wrapper already registered, only storing new C listener");
-    }
-    log::Info(kTag, " ✅ Meeting listener stored (count: ", ch.listeners.size(), ")");
-    return 0;
-  });
+  return Guarded<int>("Morvanta_Meeting_AddMeetingListener", -999, [&] { return TheChannel().Add(handle, listener); });
 }
 
 MORVANTA_API int Morvanta_Meeting_RemoveMeetingListener(MorvantaMeetingManager_T* handle,
                                                         const MorvantaMeetingListener* listener) {
-  return Guarded<int>("Morvanta_Meeting_RemoveMeetingListener", -999, [&] {
-    if (!handle || !handle->manager) {
-      log::Error(kTag, " ❌ Invalid handle");
-      return -1;
-    }
-    if (!listener) {
-      log::Error(kTag, " ❌ Invalid listener");
-      return -1;
-    }
-    MeetingChannelState& ch = Channel();
-    std::lock_guard<std::mutex> lock(ch.mutex);
-    auto it = ch.listeners.begin();
-    while (it != ch.listeners.end() && !SameRecord(*it, *listener)) ++it;
-    if (it == ch.listeners.end()) {
-      log::Info(kTag, " ⚠️ Meeting listener not found");
-      return -1;
-    }
-    ch.listeners.erase(it);
-    if (ch.listeners.empty() && ch.wrapperRegistered && ch.manager) {
-      ch.manager->RemoveMeetingListener(&Wrapper());
-      ch.wrapperRegistered = false;
-      ch.manager.reset();
-      log::Info(kTag, " ✅ Unregistered C++ wrapper listener");
-    }
-    log::Info(kTag, " ✅ Meeting listener removed (count: ", ch.listeners.size(), ")");
-    return 0;
-  });
+  return Guarded<int>("Morvanta_Meeting_RemoveMeetingListener", -999,
+                      [&] { return TheChannel().Remove(handle, listener); });
 }
 
 }  // extern "C"

@@ -88,17 +88,10 @@ class MessageChannelListenerWrapper : public IMvMessageChannelListener {
   }
 };
 
-// Both live for the process: a drain in flight may still reach the wrapper
-// after the last C listener went.
-MessageChannelListenerWrapper& Wrapper() {
-  static auto* wrapper = new MessageChannelListenerWrapper;
-  return *wrapper;
-}
-
 Channel& TheChannel() {
-  static auto* channel = new Channel(kTexts, Wrapper(), &MvMeetingManager::AddMessageChannelListener,
-                                     &MvMeetingManager::RemoveMessageChannelListener);
-  return *channel;
+  return Channel::ForProcess<MessageChannelListenerWrapper>(kMeetingManagerFamily, kTexts,
+                                                            &MvMeetingManager::AddMessageChannelListener,
+                                                            &MvMeetingManager::RemoveMessageChannelListener);
 }
 
 }  // namespace

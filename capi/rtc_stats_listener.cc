@@ -99,17 +99,10 @@ class RtcStatsListenerWrapper : public IMvRtcStatsListener {
   }
 };
 
-// Both live for the process: a drain in flight may still reach the wrapper
-// after the last C listener went.
-RtcStatsListenerWrapper& Wrapper() {
-  static auto* wrapper = new RtcStatsListenerWrapper;
-  return *wrapper;
-}
-
 Channel& TheChannel() {
-  static auto* channel = new Channel(kTexts, Wrapper(), &MvMeetingManager::AddRtcStatsListener,
-                                     &MvMeetingManager::RemoveRtcStatsListener);
-  return *channel;
+  return Channel::ForProcess<RtcStatsListenerWrapper>(kMeetingManagerFamily, kTexts,
+                                                      &MvMeetingManager::AddRtcStatsListener,
+                                                      &MvMeetingManager::RemoveRtcStatsListener);
 }
 
 }  // namespace

@@ -1,13 +1,9 @@
-// C listeners of the waiting room channel: a process-wide list of C records,
-// one native wrapper that fans each event out to them, and the manager the
-// wrapper is registered on. The list's mutex is held through the C calls, so
-// the C listeners of this channel are called one at a time. The checks of
-// this family are silent, and removing a record that is not there is no
-// fault.
-#include <cstring>
-#include <mutex>
+// C listeners of the waiting room channel. The checks of this family are
+// silent, removing a record that is not there is no fault, and the count
+// line of an add or remove comes before the wrapper's own line.
 #include <vector>
 
+#include "capi/c_listener_channel.h"
 #include "capi/c_records.h"
 #include "capi/call_frame.h"
 #include "capi/listener_channels.h"
@@ -18,29 +14,35 @@ namespace morvanta {
 namespace capi {
 namespace {
 
-constexpr char kTag[] = "[C API]";
 constexpr char kWrapperTag[] = "[WaitingRoomListenerWrapper]";
 
-struct WaitingRoomChannelState {
-  std::mutex mutex;
-  std::vector<MorvantaWaitingRoomListener> listeners;
-  bool wrapperRegistered = false;
-  std::shared_ptr<MvWaitingRoomManager> manager;
+const CListenerFamily kFamily = {
+    nullptr,
+    nullptr,
+    "[C API] ✅ Waiting room listener wrapper registered to C++ layer",
+    nullptr,
+    "[C API] ✅ Waiting room listener wrapper removed from C++ layer",
+    true,
 };
 
-WaitingRoomChannelState& Channel() {
-  static auto* state = new WaitingRoomChannelState;  // outlives static destruction
-  return *state;
-}
+const CListenerTexts kTexts = {
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    "[C API] ✅ Waiting room listener stored (total: ",
+    nullptr,
+    "[C API] ✅ Waiting room listener removed (remaining: ",
+};
+
+using Channel = CListenerChannel<MorvantaWaitingRoomListener, IMvWaitingRoomListener, MvWaitingRoomManager>;
+Channel& TheChannel();
 
 // Calls `field` of every C listener that has it set, in order of addition,
 // with the channel's mutex held.
 template <typename Field, typename... Args>
-void FanOut(Field MorvantaWaitingRoomListener::*field, Args... args) {
-  WaitingRoomChannelState& ch = Channel();
-  std::lock_guard<std::mutex> lock(ch.mutex);
-  for (const MorvantaWaitingRoomListener& l : ch.listeners)
-    if (l.*field) (l.*field)(args..., l.user_data);
+void FanOut(Field field, const Args&... args) {
+  TheChannel().Call(field, args...);
 }
 
 // Converts each event once, into records reused per thread, and fans it out.
@@ -105,40 +107,15 @@ class WaitingRoomListenerWrapper : public IMvWaitingRoomListener {
   }
 };
 
-// One wrapper for the life of the process: a drain in flight may still hold
-// its address after the last C listener went.
-WaitingRoomListenerWrapper& Wrapper() {
-  static auto* wrapper = new WaitingRoomListenerWrapper;
-  return *wrapper;
-}
-
-bool SameRecord(const MorvantaWaitingRoomListener& a, const MorvantaWaitingRoomListener& b) {
-  return std::memcmp(&a, &b, sizeof(MorvantaWaitingRoomListener)) == 0;
+Channel& TheChannel() {
+  return Channel::ForProcess<WaitingRoomListenerWrapper>(kFamily, kTexts, &MvWaitingRoomManager::AddListener,
+                                                         &MvWaitingRoomManager::RemoveListener);
 }
 
 }  // namespace
 
-bool StopWaitingRoomListeners() {
-  std::shared_ptr<MvWaitingRoomManager> manager;
-  {
-    std::lock_guard<std::mutex> lock(Channel().mutex);
-    manager = Channel().manager;
-  }
-  if (!manager) return false;
-  manager->RemoveListener(nullptr);
-  return true;
-}
-
-void ClearWaitingRoomListeners() {
-  std::shared_ptr<MvWaitingRoomManager> manager;
-  {
-    std::lock_guard<std::mutex> lock(Channel().mutex);
-    Channel().listeners.clear();
-    Channel().wrapperRegistered = false;
-    manager = std::move(Channel().manager);
-  }
-  // The manager (and its loop thread) may end here, outside the mutex.
-}
+bool StopWaitingRoomListeners() { return TheChannel().Stop(); }
+void ClearWaitingRoomListeners() { TheChannel().Clear(); }
 
 }  // namespace capi
 }  // namespace morvanta
@@ -150,37 +127,13 @@ extern "C" {
 
 MORVANTA_API int Morvanta_WaitingRoom_AddListener(MorvantaWaitingRoomManager_T* handle,
                                                   const MorvantaWaitingRoomListener* listener) {
-  return WithManager("Morvanta_WaitingRoom_AddListener", handle, listener == nullptr, [&](MvWaitingRoomManager&) {
-    WaitingRoomChannelState& ch = Channel();
-    std::lock_guard<std::mutex> lock(ch.mutex);
-    const bool wasEmpty = ch.listeners.empty();
-    ch.listeners.push_back(*listener);
-    log::Info(kTag, " ✅ Waiting room listener stored (total: ", ch.listeners.size(), ")");
-    if (!wasEmpty) return;
-    ch.manager = handle->manager;
-    ch.wrapperRegistered = true;
-    ch.manager->AddListener(&Wrapper());
-    log::Info(kTag, " ✅ Waiting room listener wrapper registered to C++ layer");
-  });
+  return Guarded<int>("Morvanta_WaitingRoom_AddListener", -999, [&] { return TheChannel().Add(handle, listener); });
 }
 
 MORVANTA_API int Morvanta_WaitingRoom_RemoveListener(MorvantaWaitingRoomManager_T* handle,
                                                      const MorvantaWaitingRoomListener* listener) {
-  return WithManager("Morvanta_WaitingRoom_RemoveListener", handle, listener == nullptr, [&](MvWaitingRoomManager&) {
-    WaitingRoomChannelState& ch = Channel();
-    std::lock_guard<std::mutex> lock(ch.mutex);
-    for (auto it = ch.listeners.begin(); it != ch.listeners.end(); ++it) {
-      if (!SameRecord(*it, *listener)) continue;
-      ch.listeners.erase(it);
-      log::Info(kTag, " ✅ Waiting room listener removed (remaining: ", ch.listeners.size(), ")");
-      break;
-    }
-    if (!ch.listeners.empty() || !ch.wrapperRegistered) return;
-    if (ch.manager) ch.manager->RemoveListener(&Wrapper());
-    ch.wrapperRegistered = false;
-    ch.manager.reset();
-    log::Info(kTag, " ✅ Waiting room listener wrapper removed from C++ layer");
-  });
+  return Guarded<int>("Morvanta_WaitingRoom_RemoveListener", -999,
+                      [&] { return TheChannel().Remove(handle, listener); });
 }
 
 }  // extern "C"

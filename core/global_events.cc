@@ -11,12 +11,12 @@ constexpr char kTag[] = "[MvGatherdeck]";
 // The SDK passes the RTC wrapper as a second argument to the last two
 // events; it means nothing to a native host and is dropped.
 const std::vector<ChannelEvent>& GlobalEventTable() {
-  static const std::vector<ChannelEvent> events = {
+  static const auto* events = new std::vector<ChannelEvent>{
       {"beforeRtcEngineInitialize", "roomUuid", "{ roomUuid: roomUuid }"},
       {"afterRtcEngineInitialize", "roomUuid, rtcWrapper", "{ roomUuid: roomUuid }"},
       {"beforeRtcEngineRelease", "roomUuid, rtcWrapper", "{ roomUuid: roomUuid }"},
   };
-  return events;
+  return *events;
 }
 
 std::string MakeRegistrationScript() {
@@ -90,8 +90,8 @@ const ChannelGlobals kGlobalEventGlobals = {"__morvantaGlobalEventCallbacks", "_
                                             "__morvantaGlobalEventListenerRef"};
 
 const GlobalEventScripts& GlobalEventChannelScripts() {
-  static const GlobalEventScripts scripts = MakeGlobalEventScripts();
-  return scripts;
+  static const auto* scripts = new GlobalEventScripts(MakeGlobalEventScripts());
+  return *scripts;
 }
 
 // Set by name: the texts record grows as channels need more lines.

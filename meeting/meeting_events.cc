@@ -1,10 +1,9 @@
 #include "meeting/meeting_events.h"
 
 #include <cmath>
-#include <exception>
-#include <functional>
 
 #include "core/js_fields.h"
+#include "meeting/event_dispatch.h"
 #include "runtime/log.h"
 
 namespace morvanta {
@@ -64,11 +63,6 @@ const MvMember* Operator(const JSValue& data, MvMember& slot) {
 }
 
 using Listeners = std::vector<IMvMeetingListener*>;
-template <typename Call>
-void ForEach(const Listeners& listeners, Call&& call) {
-  for (IMvMeetingListener* l : listeners)
-    if (l) call(*l);
-}
 
 bool RequireObject(const JSValue& data, const char* name) {
   if (data.IsObject()) return true;
@@ -81,7 +75,7 @@ void MembersEvent(const char* logName, void (IMvMeetingListener::*method)(const 
                   const JSValue& data, const Listeners& listeners) {
   std::vector<MvMember> members = MemberList(data);
   log::Info(kTag, " 🔔 ", logName, ": ", members.size(), " members");
-  ForEach(listeners, [&](IMvMeetingListener& l) { (l.*method)(members); });
+  ForEachListener(listeners, [&](IMvMeetingListener& l) { (l.*method)(members); });
 }
 
 void MuteEvent(const char* name, bool video, const JSValue& data, const Listeners& listeners) {
@@ -96,7 +90,7 @@ void MuteEvent(const char* name, bool video, const JSValue& data, const Listener
   MvMember slot;
   const MvMember* by = Operator(data, slot);
   log::Info(kTag, " 🔔 ", name, ": userUuid=", member.uuid, ", muted=", mute ? "true" : "false");
-  ForEach(listeners, [&](IMvMeetingListener& l) {
+  ForEachListener(listeners, [&](IMvMeetingListener& l) {
     if (video)
       l.OnMemberVideoMuteChanged(member.uuid, mute, by);
     else
@@ -109,14 +103,22 @@ MvMember MemberOf(const JSValue& data) {
   return ParseEventMember(m ? *m : JSValue());
 }
 
-struct Handler {
-  const char* type;
-  const char* errorName;  // name in "Error processing <name>: ", or null
-  std::function<void(const JSValue&, const Listeners&)> handle;
+// The meeting channel says nothing of a record without a string type, and a
+// missing `data` reads as undefined.
+const EventFrameTexts kFrame = {
+    kTag,
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+    "[MeetingManager] ⚠️ Unknown meeting event type: ",
+    "[MeetingManager] ❌ Error processing meeting event: ",
 };
 
-const std::vector<Handler>& Handlers() {
-  static const std::vector<Handler> handlers = {
+const std::vector<EventHandler<IMvMeetingListener>>& Handlers() {
+  // Never destroyed: drains may still run on the worker while the process
+  // exits, after function-local statics have been torn down.
+  static const auto* handlers = new std::vector<EventHandler<IMvMeetingListener>>{
       {"onMemberJoinRoom", nullptr,
        [](const JSValue& d, const Listeners& ls) {
          MembersEvent("OnMemberJoinRoom", &IMvMeetingListener::OnMemberJoinMeeting, d, ls);
@@ -135,7 +137,7 @@ const std::vector<Handler>& Handlers() {
          std::string reason = Text(d, "reason");
          std::string extra = Text(d, "extra");
          log::Info(kTag, " 🔔 OnRoomEnded: reason=", reason, ", extra=", extra);
-         ForEach(ls, [&](IMvMeetingListener& l) { l.OnRoomEnded(reason, extra); });
+         ForEachListener(ls, [&](IMvMeetingListener& l) { l.OnRoomEnded(reason, extra); });
        }},
       {"onMemberAudioConnectStateChanged", "OnMemberAudioConnectStateChanged",
        [](const JSValue& d, const Listeners& ls) {
@@ -144,7 +146,7 @@ const std::vector<Handler>& Handlers() {
          bool connected = Flag(d, "isAudioConnected");
          log::Info(kTag, " 🔔 OnMemberAudioConnectStateChanged: userUuid=", member.uuid,
                    ", isAudioConnected=", connected ? "true" : "false");
-         ForEach(ls, [&](IMvMeetingListener& l) { l.OnMemberAudioConnectStateChanged(member, connected); });
+         ForEachListener(ls, [&](IMvMeetingListener& l) { l.OnMemberAudioConnectStateChanged(member, connected); });
        }},
       {"onMemberJoinChatroom", nullptr,
        [](const JSValue& d, const Listeners& ls) {
@@ -163,7 +165,7 @@ const std::vector<Handler>& Handlers() {
          const MvMember* by = Operator(d, slot);
          log::Info(kTag, " 🔔 OnMemberScreenShareStateChanged: userUuid=", member.uuid,
                    ", isSharing=", sharing ? "true" : "false");
-         ForEach(ls, [&](IMvMeetingListener& l) { l.OnMemberScreenShareStateChanged(member, sharing, by); });
+         ForEachListener(ls, [&](IMvMeetingListener& l) { l.OnMemberScreenShareStateChanged(member, sharing, by); });
        }},
       {"onReceiveChatroomMessages", "OnReceiveChatroomMessages",
        [](const JSValue& d, const Listeners& ls) {
@@ -177,7 +179,7 @@ const std::vector<Handler>& Handlers() {
            return;
          }
          log::Info(kTag, " 🔔 OnReceiveChatroomMessages: received ", messages.size());
-         ForEach(ls, [&](IMvMeetingListener& l) { l.OnReceiveChatroomMessages(messages); });
+         ForEachListener(ls, [&](IMvMeetingListener& l) { l.OnReceiveChatroomMessages(messages); });
        }},
       {"onMemberChatBanStateChanged", "OnMemberChatBanStateChanged",
        [](const JSValue& d, const Listeners& ls) {
@@ -190,12 +192,12 @@ const std::vector<Handler>& Handlers() {
          const MvMember* by = Operator(d, slot);
          log::Info(kTag, " 🔔 OnMemberChatBanStateChanged: userUuid=", member.uuid,
                    ", banned=", banned ? "true" : "false", ", duration=", duration);
-         ForEach(ls, [&](IMvMeetingListener& l) {
+         ForEachListener(ls, [&](IMvMeetingListener& l) {
            l.OnMemberChatBanStateChanged(member, banned, duration, notifyExt, by);
          });
        }},
   };
-  return handlers;
+  return *handlers;
 }
 
 std::vector<ChannelEvent> MeetingEventTable() {
@@ -266,16 +268,16 @@ const ChannelGlobals kMeetingGlobals = {"__morvantaMeetingCallbacks", "__morvant
                                         "__morvantaMeetingListenerRef"};
 
 const ChannelScripts& MeetingChannelScripts() {
-  static const ChannelScripts scripts = MakeChannelScripts(
+  static const auto* scripts = new ChannelScripts(MakeChannelScripts(
       {kMeetingGlobals, "morVantaMeeting.getMeetingManager()", "removeMeetingListener", true,
-       "Meeting event array initialized", "JavaScript listener cleaned up", nullptr});
-  return scripts;
+       "Meeting event array initialized", "JavaScript listener cleaned up", nullptr}));
+  return *scripts;
 }
 
 const std::string& MeetingRegisterScript(bool reregister) {
-  static const std::string first = MakeRegisterScript(false);
-  static const std::string again = MakeRegisterScript(true);
-  return reregister ? again : first;
+  static const auto* first = new std::string(MakeRegisterScript(false));
+  static const auto* again = new std::string(MakeRegisterScript(true));
+  return reregister ? *again : *first;
 }
 
 MvMember ParseEventMember(const JSValue& value) {
@@ -356,23 +358,7 @@ MvChatMessage ParseEventMessage(const JSValue& value) {
 }
 
 void DispatchMeetingEvent(const JSValue& record, const std::vector<IMvMeetingListener*>& listeners) {
-  if (listeners.empty() || !record.IsObject()) return;
-  const JSValue* type = record.Find("type");
-  if (!type || !type->IsString()) return;  // silent on this channel
-  const JSValue* dataValue = record.Find("data");
-  const JSValue data = dataValue ? *dataValue : JSValue();
-  for (const Handler& h : Handlers()) {
-    if (type->stringValue.size() != std::char_traits<char>::length(h.type) || type->stringValue != h.type)
-      continue;
-    try {
-      h.handle(data, listeners);
-    } catch (const std::exception& e) {
-      if (h.errorName) log::Error(kTag, " ❌ Error processing ", h.errorName, ": ", e.what());
-      else log::Error(kTag, " ❌ Error processing meeting event: ", e.what());
-    }
-    return;
-  }
-  log::Info(kTag, " ⚠️ Unknown meeting event type: ", type->stringValue);
+  DispatchByType(record, listeners, kFrame, Handlers());
 }
 
 }  // namespace morvanta

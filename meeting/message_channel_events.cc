@@ -72,7 +72,9 @@ const EventFrameTexts kFrame = {
 };
 
 const std::vector<EventHandler<IMvMessageChannelListener>>& Handlers() {
-  static const std::vector<EventHandler<IMvMessageChannelListener>> handlers = {
+  // Never destroyed: drains may still run on the worker while the process
+  // exits, after function-local statics have been torn down.
+  static const auto* handlers = new std::vector<EventHandler<IMvMessageChannelListener>>{
       {"onCustomMessageReceived", nullptr,
        [](const JSValue& d, const Listeners& ls) {
          if (!d.IsObject()) return;
@@ -113,7 +115,7 @@ const std::vector<EventHandler<IMvMessageChannelListener>>& Handlers() {
          ForEachListener(ls, [&](IMvMessageChannelListener& l) { l.OnDeleteAllSessionMessage(sessionId, type); });
        }},
   };
-  return handlers;
+  return *handlers;
 }
 
 }  // namespace
@@ -127,16 +129,16 @@ const ChannelGlobals kMessageChannelGlobals = {
     "__morvantaMessageChannelListenerRegistered", "__morvantaMessageChannelListenerRef"};
 
 const ChannelScripts& MessageChannelScripts() {
-  static const ChannelScripts scripts = MakeChannelScripts(
+  static const auto* scripts = new ChannelScripts(MakeChannelScripts(
       {kMessageChannelGlobals, "morVantaMeeting.getMeetingManager()", "removeMessageChannelListener", false,
        "Message channel event array initialized", "Message channel listener cleaned up",
-       "Message channel listener removed"});
-  return scripts;
+       "Message channel listener removed"}));
+  return *scripts;
 }
 
 const std::string& MessageChannelRegisterScript(bool) {
-  static const std::string script = MakeRegisterScript();
-  return script;
+  static const auto* script = new std::string(MakeRegisterScript());
+  return *script;
 }
 
 void DispatchMessageChannelEvent(const JSValue& record, const std::vector<IMvMessageChannelListener*>& listeners) {

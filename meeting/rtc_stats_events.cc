@@ -225,7 +225,9 @@ const EventFrameTexts kFrame = {
 };
 
 const std::vector<EventHandler<IMvRtcStatsListener>>& Handlers() {
-  static const std::vector<EventHandler<IMvRtcStatsListener>> handlers = {
+  // Never destroyed: drains may still run on the worker while the process
+  // exits, after function-local statics have been torn down.
+  static const auto* handlers = new std::vector<EventHandler<IMvRtcStatsListener>>{
       {"onRtcStats", "onRtcStats",
        [](const JSValue& d, const Listeners& ls) {
          MvRtcStats s;
@@ -264,7 +266,7 @@ const std::vector<EventHandler<IMvRtcStatsListener>>& Handlers() {
                    &IMvRtcStatsListener::OnNetworkQuality, ls);
        }},
   };
-  return handlers;
+  return *handlers;
 }
 
 }  // namespace
@@ -274,21 +276,21 @@ const ChannelGlobals kRtcStatsGlobals = {"__morvantaRtcStatsCallbacks", "__morva
                                          "__morvantaRtcStatsListenerRef"};
 
 const ChannelScripts& RtcStatsChannelScripts() {
-  static const ChannelScripts scripts = MakeChannelScripts(
+  static const auto* scripts = new ChannelScripts(MakeChannelScripts(
       {kRtcStatsGlobals, "morVantaMeeting.getMeetingManager()", "removeRtcStatsListener", false, nullptr,
        "RTC stats listener cleaned up", "RTC stats listener removed",
-       "RTC stats listener cleaned up (no reference found)", true});
-  return scripts;
+       "RTC stats listener cleaned up (no reference found)", true}));
+  return *scripts;
 }
 
 const std::string& RtcStatsRegisterScript(bool) {
-  static const std::string script = MakeRegisterScript();
-  return script;
+  static const auto* script = new std::string(MakeRegisterScript());
+  return *script;
 }
 
 const std::string& RtcStatsNotificationHandlerScript() {
-  static const std::string script = MakeNotificationHandlerScript();
-  return script;
+  static const auto* script = new std::string(MakeNotificationHandlerScript());
+  return *script;
 }
 
 void DispatchRtcStatsEvent(const JSValue& record, const std::vector<IMvRtcStatsListener*>& listeners) {

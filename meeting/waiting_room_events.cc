@@ -14,7 +14,7 @@ using js_fields::FieldReader;
 // The JavaScript listener's methods. Two of them push a type other than their
 // own name; the dispatch below knows only the types.
 const std::vector<ChannelEvent>& WaitingRoomEventTable() {
-  static const std::vector<ChannelEvent> events = {
+  static const auto* events = new std::vector<ChannelEvent>{
       {"onMemberJoin", "member, reason", "{ member: member, reason: reason }"},
       {"onMemberLeave", "userUuid, reason", "{ userUuid: userUuid, reason: reason }"},
       {"onMemberAdmitted", "userUuid", "{ userUuid: userUuid }"},
@@ -25,7 +25,7 @@ const std::vector<ChannelEvent>& WaitingRoomEventTable() {
       {"onAllMembersKicked", "", "{}"},
       {"onManagersUpdated", "managers", "managers || []"},
   };
-  return events;
+  return *events;
 }
 
 std::string MakeRegisterScript() {
@@ -161,15 +161,15 @@ const ChannelGlobals kWaitingRoomGlobals = {
     "__morvantaWaitingRoomListenerRegistered", "__morvantaWaitingRoomListenerRef"};
 
 const ChannelScripts& WaitingRoomChannelScripts() {
-  static const ChannelScripts scripts = MakeChannelScripts(
+  static const auto* scripts = new ChannelScripts(MakeChannelScripts(
       {kWaitingRoomGlobals, "morVantaMeeting.getWaitingRoomManager()", "removeListener", false,
-       "Waiting room event array initialized", "Waiting room listener cleaned up", "Waiting room listener removed"});
-  return scripts;
+       "Waiting room event array initialized", "Waiting room listener cleaned up", "Waiting room listener removed"}));
+  return *scripts;
 }
 
 const std::string& WaitingRoomRegisterScript() {
-  static const std::string script = MakeRegisterScript();
-  return script;
+  static const auto* script = new std::string(MakeRegisterScript());
+  return *script;
 }
 
 void DispatchWaitingRoomEvent(const JSValue& record, const Listeners& listeners) {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <functional>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -80,6 +81,15 @@ inline std::string LogOf(const std::function<void()>& body) {
   return out + testing::internal::GetCapturedStderr();
 }
 
+// The lines of `log` that start with `prefix`, in order.
+inline std::vector<std::string> LinesStartingWith(const std::string& log, const std::string& prefix) {
+  std::vector<std::string> found;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);)
+    if (line.rfind(prefix, 0) == 0) found.push_back(line);
+  return found;
+}
+
 inline MorvantaInitConfig TestConfig() {
   MorvantaInitConfig c{};
   c.app_key = "test-app-key-0001";
@@ -111,6 +121,7 @@ inline void ExpectCleanTeardown(Heard& heard, const std::function<void(MorvantaM
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   const int baseline = ThreadCount();
+  const std::string before = ThreadNames();
 
   ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
   MorvantaMeetingManager_T* meeting = Morvanta_GetMeetingManager(sdk);
@@ -118,7 +129,8 @@ inline void ExpectCleanTeardown(Heard& heard, const std::function<void(MorvantaM
   Morvanta_DestroyMeetingManagerHandle(meeting);
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
   const size_t heardAtReturn = heard.Size();
-  EXPECT_TRUE(WaitThreadCount(baseline)) << ThreadCount() << " threads, " << baseline << " before";
+  EXPECT_TRUE(WaitThreadCount(baseline)) << ThreadCount() << " threads, " << baseline << " before\n"
+                                         << before << "\n" << ThreadNames();
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(heard.Size(), heardAtReturn);
 }

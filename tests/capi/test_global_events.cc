@@ -53,15 +53,6 @@ void Push(const std::string& records) {
 
 double ArrayLength() { return SandboxEval("globalThis.__morvantaGlobalEventCallbacks.length").numberValue; }
 
-// Thread counts settle a moment after a thread has ended.
-bool ThreadsSettleAt(int expected) {
-  for (int i = 0; i < 200; ++i) {
-    if (ThreadCount() == expected) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  return false;
-}
-
 using GlobalEvents = CapiLibrary;
 
 TEST_F(GlobalEvents, TheThreeEventsReachTheListenerWithTheirRoomUuid) {
@@ -147,7 +138,7 @@ TEST_F(GlobalEvents, RemovingTheOnlyListenerStopsTheLoopAndClearsTheArray) {
   EXPECT_TRUE(WaitRegistered(false));
   EXPECT_EQ(JsListeners(), 0);
   EXPECT_EQ(ArrayLength(), 0);
-  EXPECT_TRUE(ThreadsSettleAt(baseline));
+  EXPECT_TRUE(WaitThreadCount(baseline));
 
   // No loop polls the array any more.
   Push("{type: 'beforeRtcEngineRelease', data: {roomUuid: 'x'}}");
@@ -303,7 +294,7 @@ TEST(GlobalEventsLifecycle, UninitializeWithALiveListenerLeavesNoThreadAndNoLate
   const size_t heardAtReturn = heard.Size();
   std::this_thread::sleep_for(std::chrono::milliseconds(400));
   EXPECT_EQ(heard.Size(), heardAtReturn);
-  EXPECT_TRUE(ThreadsSettleAt(baseline)) << ThreadCount() << " threads, " << baseline << " before";
+  EXPECT_TRUE(WaitThreadCount(baseline)) << ThreadCount() << " threads, " << baseline << " before";
 }
 
 TEST(GlobalEventsLifecycle, AfterReinitializeTheOldRecordIsForgottenAndCanBeAddedAgain) {

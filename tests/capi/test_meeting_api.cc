@@ -2,11 +2,9 @@
 // functions. The SDK side is replaced per test where the exact call matters,
 // and events are fired through the JavaScript listener the library installs.
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
-#include "capi/capi_harness.h"
+#include "capi/channel_events_harness.h"
 
 using namespace morvanta_test;
 using morvanta::JSValue;
@@ -30,28 +28,6 @@ struct Counter {
   bool Wait() {
     std::unique_lock<std::mutex> lock(mutex);
     return cv.wait_for(lock, std::chrono::seconds(20), [&] { return calls > 0; });
-  }
-};
-
-// What the C listeners heard, in order.
-struct Heard {
-  std::mutex mutex;
-  std::vector<std::string> events;
-  void Add(std::string e) {
-    std::lock_guard<std::mutex> lock(mutex);
-    events.push_back(std::move(e));
-  }
-  size_t Size() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return events.size();
-  }
-  bool WaitFor(size_t n, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    auto until = std::chrono::steady_clock::now() + limit;
-    while (std::chrono::steady_clock::now() < until) {
-      if (Size() >= n) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return Size() >= n;
   }
 };
 
@@ -105,49 +81,14 @@ JSValue Seen(int index) {
 }
 
 // Registration finishes on the worker after the add returns.
-bool WaitRegistered(bool registered = true) {
-  for (int i = 0; i < 200; ++i) {
-    if (SandboxEval("globalThis.__morvantaMeetingListenerRegistered === true").boolValue == registered) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  }
-  return false;
+bool MeetingRegistered(bool registered = true) {
+  return WaitRegistered("__morvantaMeetingListenerRegistered", registered);
 }
 
 // Fires an event through the JavaScript listener object the library installed.
-void Fire(const std::string& call) { SandboxEval("globalThis.__morvantaMeetingListenerRef." + call + ", true"); }
+void Fire(const std::string& call) { FireOn("__morvantaMeetingListenerRef", "L." + call + ";"); }
 
-class MeetingApi : public CapiLibrary {
- protected:
-  void SetUp() override {
-    CapiLibrary::SetUp();
-    meeting = Morvanta_GetMeetingManager(sdk);
-    ASSERT_NE(meeting, nullptr);
-  }
-  void TearDown() override {
-    Morvanta_DestroyMeetingManagerHandle(meeting);
-    CapiLibrary::TearDown();
-  }
-  MorvantaMeetingManager_T* meeting = nullptr;
-};
-
-int ThreadCount() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line))
-    if (line.rfind("Threads:", 0) == 0) return std::stoi(line.substr(8));
-  return -1;
-}
-
-std::string ThreadNames() {
-  std::string names;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-    std::ifstream comm(entry.path() / "comm");
-    std::string name;
-    std::getline(comm, name);
-    names += name + " ";
-  }
-  return names;
-}
+using MeetingApi = ChannelApi;
 
 }  // namespace
 
@@ -283,7 +224,7 @@ TEST_F(MeetingApi, EventsReachCListenersInOrderAndMalformedOnesAreDropped) {
   Heard heard;
   MorvantaMeetingListener l = ListenerFor(&heard);
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  ASSERT_TRUE(MeetingRegistered());
   // One batch: pushed together, drained together, delivered in order.
   SandboxEval(
       "(function () { var L = globalThis.__morvantaMeetingListenerRef;"
@@ -316,7 +257,7 @@ TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {
   MorvantaMeetingListener b = ListenerFor(&second);
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &a), 0);
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &b), 0);
-  ASSERT_TRUE(WaitRegistered());
+  ASSERT_TRUE(MeetingRegistered());
   Fire("onMemberLeaveRoom([{uuid: 'x'}])");
   ASSERT_TRUE(first.WaitFor(1));
   ASSERT_TRUE(second.WaitFor(1));
@@ -332,9 +273,45 @@ TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {
 
   // The last removal detaches the JavaScript listener and empties the array.
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &b), 0);
-  EXPECT_TRUE(WaitRegistered(false));
+  EXPECT_TRUE(MeetingRegistered(false));
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   EXPECT_EQ(SandboxEval("globalThis.__morvantaMeetingCallbacks.length").numberValue, 0);
+}
+
+TEST_F(MeetingApi, AddAndRemoveWriteTheirLinesInOrderAndRefusalsNameTheirFault) {
+  Heard first, second;
+  MorvantaMeetingListener a = ListenerFor(&first);
+  MorvantaMeetingListener b = ListenerFor(&second);
+  MorvantaMeetingListener other = a;
+  other.user_data = &other;
+  std::vector<int> codes;
+  const std::string log = LogOf([&] {
+    codes = {Morvanta_Meeting_AddMeetingListener(nullptr, &a),
+             Morvanta_Meeting_AddMeetingListener(meeting, nullptr),
+             Morvanta_Meeting_AddMeetingListener(meeting, &a),
+             Morvanta_Meeting_AddMeetingListener(meeting, &b),
+             Morvanta_Meeting_RemoveMeetingListener(nullptr, &a),
+             Morvanta_Meeting_RemoveMeetingListener(meeting, nullptr),
+             Morvanta_Meeting_RemoveMeetingListener(meeting, &other),
+             Morvanta_Meeting_RemoveMeetingListener(meeting, &a),
+             Morvanta_Meeting_RemoveMeetingListener(meeting, &b)};
+  });
+  EXPECT_EQ(codes, (std::vector<int>{-1, -1, 0, 0, -1, -1, -1, 0, 0}));
+  // Standard output first, then the refusals on standard error.
+  const std::string tag = "[MeetingManager C API] ";
+  std::vector<std::string> expected;
+  for (const char* line : {"🚀 Morvanta_Meeting_AddMeetingListener", "🚀 Morvanta_Meeting_AddMeetingListener",
+                           "🚀 Morvanta_Meeting_AddMeetingListener", "📝 Creating MeetingListenerWrapper...",
+                           "📝 Calling MvMeetingManager::AddMeetingListener...",
+                           "✅ Registered C++ wrapper listener with MvMeetingManager",
+                           "✅ Meeting listener stored (count: 1)", "🚀 Morvanta_Meeting_AddMeetingListener",
+                           "ℹ️ Wrapper already registered, only storing new C listener",
+                           "✅ Meeting listener stored (count: 2)", "⚠️ Meeting listener not found",
+                           "✅ Meeting listener removed (count: 1)", "✅ Unregistered C++ wrapper listener",
+                           "✅ Meeting listener removed (count: 0)", "❌ Invalid handle", "❌ Invalid listener",
+                           "❌ Invalid handle", "❌ Invalid listener"})
+    expected.push_back(tag + line);
+  EXPECT_EQ(LinesStartingWith(log, "[MeetingManager C API]"), expected);
 }
 
 TEST_F(MeetingApi, ARefusedRegistrationRollsTheNativeListenerBack) {
@@ -353,34 +330,14 @@ TEST_F(MeetingApi, ARefusedRegistrationRollsTheNativeListenerBack) {
 }
 
 TEST(MeetingTeardown, UninitializeWithALiveListenerLeavesNoThreadAndNoLateCall) {
-  MorvantaInitConfig c{};
-  c.app_key = "test-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
-  MorvantaSDK_T* sdk = nullptr;
-  // A first cycle brings up what lives for the process (Node's own threads).
-  ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  const int baseline = ThreadCount();
-  const std::string before = ThreadNames();
-
-  ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
-  MorvantaMeetingManager_T* meeting = Morvanta_GetMeetingManager(sdk);
   Heard heard;
-  MorvantaMeetingListener l = ListenerFor(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
-  Fire("onMemberLeaveRoom([{uuid: 'x'}])");
-  ASSERT_TRUE(heard.WaitFor(1));
-  // A burst still queued when the library goes down.
-  SandboxEval("(function () { var L = globalThis.__morvantaMeetingListenerRef;"
-              " for (var i = 0; i < 50; i++) L.onMemberLeaveRoom([{uuid: 'z' + i}]); return true; })()");
-  Morvanta_DestroyMeetingManagerHandle(meeting);
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
-  const size_t heardAtReturn = heard.Size();
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_EQ(heard.Size(), heardAtReturn);
-  EXPECT_EQ(ThreadCount(), baseline) << before << "\n" << ThreadNames();
+  ExpectCleanTeardown(heard, [&](MorvantaMeetingManager_T* meeting) {
+    MorvantaMeetingListener l = ListenerFor(&heard);
+    ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+    ASSERT_TRUE(MeetingRegistered());
+    Fire("onMemberLeaveRoom([{uuid: 'x'}])");
+    ASSERT_TRUE(heard.WaitFor(1));
+    // A burst still queued when the library goes down.
+    FireOn("__morvantaMeetingListenerRef", "for (var i = 0; i < 50; i++) L.onMemberLeaveRoom([{uuid: 'z' + i}]);");
+  });
 }

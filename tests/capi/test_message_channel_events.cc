@@ -3,7 +3,6 @@
 // JavaScript listener the library installs, down to the C listener records.
 #include <atomic>
 #include <future>
-#include <sstream>
 
 #include "capi/channel_events_harness.h"
 
@@ -134,9 +133,7 @@ TEST_F(MessageChannelApi, MalformedRecordsAreDroppedSilentlyAndTheBatchGoesOn) {
   });
   EXPECT_EQ(heard.Copy(), std::vector<std::string>{"deleteAll:ok,0"});
   // The manager's own lines say nothing of the dropped records.
-  std::istringstream lines(log);
-  for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("[MeetingManager]", 0) != 0) continue;
+  for (const std::string& line : LinesStartingWith(log, "[MeetingManager]")) {
     EXPECT_EQ(line.find("Zebra"), std::string::npos) << line;
     EXPECT_EQ(line.find("❌"), std::string::npos) << line;
   }

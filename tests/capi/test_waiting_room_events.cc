@@ -198,6 +198,35 @@ TEST_F(WaitingRoomEvents, RemovalAnswersZeroForAnUnknownRecordAndTheLastOneDetac
   EXPECT_TRUE(heard.WaitFor(2));
 }
 
+TEST_F(WaitingRoomEvents, AddAndRemoveWriteTheirLinesInOrderAndRefusalsAreSilent) {
+  std::vector<int> codes;
+  Heard second;
+  listener = WaitingRoomListener(&heard);  // the fixture removes it again
+  MorvantaWaitingRoomListener b = WaitingRoomListener(&second);
+  MorvantaWaitingRoomListener never = listener;
+  never.user_data = &never;
+  const std::string log = LogOf([&] {
+    codes = {Morvanta_WaitingRoom_AddListener(nullptr, &listener),
+             Morvanta_WaitingRoom_AddListener(handle, nullptr),
+             Morvanta_WaitingRoom_AddListener(&empty, &listener),
+             Morvanta_WaitingRoom_RemoveListener(handle, &never),
+             Morvanta_WaitingRoom_AddListener(handle, &listener),
+             Morvanta_WaitingRoom_AddListener(handle, &b),
+             Morvanta_WaitingRoom_RemoveListener(handle, &never),
+             Morvanta_WaitingRoom_RemoveListener(handle, &listener),
+             Morvanta_WaitingRoom_RemoveListener(handle, &b),
+             Morvanta_WaitingRoom_RemoveListener(nullptr, &listener)};
+  });
+  EXPECT_EQ(codes, (std::vector<int>{-1, -1, -1, 0, 0, 0, 0, 0, 0, -1}));
+  EXPECT_EQ(LinesStartingWith(log, "[C API]"),
+            (std::vector<std::string>{"[C API] ✅ Waiting room listener stored (total: 1)",
+                                      "[C API] ✅ Waiting room listener wrapper registered to C++ layer",
+                                      "[C API] ✅ Waiting room listener stored (total: 2)",
+                                      "[C API] ✅ Waiting room listener removed (remaining: 1)",
+                                      "[C API] ✅ Waiting room listener removed (remaining: 0)",
+                                      "[C API] ✅ Waiting room listener wrapper removed from C++ layer"}));
+}
+
 TEST(WaitingRoomTeardown, UninitializeWithALiveListenerLeavesNoThreadAndNoLateCall) {
   Heard heard;
   ExpectCleanTeardown(heard, [&](MorvantaMeetingManager_T* meeting) {

@@ -1,8 +1,9 @@
-// How many threads this process has, for tests that check that a teardown
-// leaves none behind.
+// How many threads this process has, and their names, for tests that check
+// that a teardown leaves none behind.
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -15,6 +16,18 @@ inline int ThreadCount() {
   while (std::getline(status, line))
     if (line.rfind("Threads:", 0) == 0) return std::stoi(line.substr(8));
   return -1;
+}
+
+// The names of this process's threads, for a failure message.
+inline std::string ThreadNames() {
+  std::string names;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream comm(entry.path() / "comm");
+    std::string name;
+    std::getline(comm, name);
+    names += name + " ";
+  }
+  return names;
 }
 
 // Thread counts settle a moment after a thread has ended.
