@@ -136,7 +136,6 @@ int demo_meeting_scene(MorvantaSDK_T* sdk) {
   MorvantaMeetingListener listener;
   MorvantaGlobalEventListener global;
   MorvantaRtcStatsListener stats;
-  MorvantaMeetingCreateOptions create;
   MorvantaChatroomTextMessageOptions text;
   char other[128];
   Answer a;
@@ -169,15 +168,7 @@ int demo_meeting_scene(MorvantaSDK_T* sdk) {
   listener.onRoomEnded = on_room_ended;
   demo_line("meeting listener", Morvanta_Meeting_AddMeetingListener(meeting, &listener) == 0 ? "added" : "refused");
 
-  memset(&create, 0, sizeof(create));
-  create.subject = "Demo planning";
-  create.nickname = "Alice";
-  create.noChat = create.noWhiteboard = create.noCaptions = -1;
-  create.joinTimeout = create.subType = create.enableWaitingRoom = -1;
-  create.startTime = create.endTime = -1;
-  answer_init(&a);
-  Morvanta_Meeting_CreateMeeting(meeting, &create, on_done, &a);
-  ok = answer_show("create a meeting", &a);
+  ok = demo_create_meeting(meeting, "Demo planning", -1, "create a meeting");
   if (ok) {
     show_meeting_info(meeting);
     demo_sleep_ms(1200); /* the first members arrive */

@@ -82,6 +82,25 @@ void on_meeting_list(int code, const char* message, MorvantaMeetingInfo* meeting
   answer_finish((Answer*)user_data, code, message, meetings, count);
 }
 
+int demo_create_meeting(MorvantaMeetingManager_T* meeting, const char* subject, int32_t waiting_room,
+                        const char* what) {
+  MorvantaMeetingCreateOptions create;
+  Answer a;
+  memset(&create, 0, sizeof(create));
+  create.subject = subject;
+  create.nickname = "Alice";
+  create.noChat = create.noWhiteboard = create.noCaptions = -1;
+  create.joinTimeout = create.subType = -1;
+  create.startTime = create.endTime = -1;
+  create.enableWaitingRoom = waiting_room;
+  answer_init(&a);
+  if (Morvanta_Meeting_CreateMeeting(meeting, &create, on_done, &a) != 0) {
+    demo_line(what, "refused by the library");
+    return 0;
+  }
+  return answer_show(what, &a);
+}
+
 void demo_sleep_ms(long ms) {
   struct timespec t;
   t.tv_sec = ms / 1000;

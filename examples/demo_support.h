@@ -42,6 +42,12 @@ void on_chat_sent(int code, const char* message, MorvantaChatMessage* sent, void
 void on_pre_meeting(int code, const char* message, MorvantaMeetingInfo* info, void* user_data);
 void on_meeting_list(int code, const char* message, MorvantaMeetingInfo* meetings, int32_t count, void* user_data);
 
+/* Creates a meeting hosted by the caller, with only the subject and the
+ * waiting room set (tri-state), and prints the outcome as `what`. Returns 1
+ * on success. */
+int demo_create_meeting(MorvantaMeetingManager_T* meeting, const char* subject, int32_t waiting_room,
+                        const char* what);
+
 /* Sleeps for `ms` milliseconds. */
 void demo_sleep_ms(long ms);
 

@@ -33,7 +33,6 @@ int demo_waiting_room_scene(MorvantaSDK_T* sdk) {
   MorvantaMeetingManager_T* meeting = Morvanta_GetMeetingManager(sdk);
   MorvantaWaitingRoomManager_T* room = Morvanta_GetWaitingRoomManager(sdk);
   MorvantaWaitingRoomListener listener;
-  MorvantaMeetingCreateOptions create;
   MorvantaWaitingRoomInfo info;
   MorvantaWaitingRoomMember* waiting;
   char admit[128] = "", expel[128] = "";
@@ -53,16 +52,7 @@ int demo_waiting_room_scene(MorvantaSDK_T* sdk) {
   listener.onMemberLeave = on_gone;
   demo_line("waiting room listener", Morvanta_WaitingRoom_AddListener(room, &listener) == 0 ? "added" : "refused");
 
-  memset(&create, 0, sizeof(create));
-  create.subject = "Office hours";
-  create.nickname = "Alice";
-  create.noChat = create.noWhiteboard = create.noCaptions = -1;
-  create.joinTimeout = create.subType = -1;
-  create.startTime = create.endTime = -1;
-  create.enableWaitingRoom = 1;
-  answer_init(&a);
-  Morvanta_Meeting_CreateMeeting(meeting, &create, on_done, &a);
-  ok = answer_show("host a meeting with a waiting room", &a);
+  ok = demo_create_meeting(meeting, "Office hours", 1, "host a meeting with a waiting room");
   if (ok) {
     demo_sleep_ms(1100); /* three people arrive */
 
