@@ -157,33 +157,14 @@ std::shared_ptr<JSBridgeAdapter> GlobalEventCore::Bridge() const {
 }
 
 void GlobalEventCore::Register() {
-  auto b = Bridge();
-  if (!b) return;
-  std::weak_ptr<GlobalEventCore> weak = weak_from_this();
-  b->ExecuteJS(GlobalEventChannelScripts().arrayInit, [weak](const JSResult& r) {
-    auto core = weak.lock();
-    if (!core) return;
-    if (!ScriptSucceeded(r, nullptr)) {
-      log::Error(kTag, " ❌ Failed to initialize global event array");
-      return;
-    }
-    auto b2 = core->Bridge();
-    if (!b2) return;
-    b2->ExecuteJS(GlobalEventChannelScripts().registration, [weak](const JSResult& reg) {
-      auto c = weak.lock();
-      if (!c) return;
-      std::string error;
-      if (ScriptSucceeded(reg, &error)) {
-        log::Info(kTag, " ✅ JavaScript global event listener registered successfully");
-        c->channel_.Start();
-        return;
-      }
-      log::Error(kTag, " ❌ Failed to register JavaScript global event listener: ", error);
-      // The last listener, whichever it is by now: a concurrent add may
-      // have the wrong one dropped.
-      if (c->channel_.PopBack()) log::Info(kTag, " 🔄 Rolled back C++ listener due to JS registration failure");
-    });
-  });
+  static constexpr ChannelRegistrationTexts kTexts = {
+      "[MvGatherdeck] ❌ Failed to initialize global event array",
+      "[MvGatherdeck] ✅ JavaScript global event listener registered successfully",
+      "[MvGatherdeck] ❌ Failed to register JavaScript global event listener: ",
+      "[MvGatherdeck] 🔄 Rolled back C++ listener due to JS registration failure",
+  };
+  const GlobalEventScripts& scripts = GlobalEventChannelScripts();
+  RegisterAndStart(bridge_, scripts.arrayInit, scripts.registration, kTexts, weak_from_this(), &channel_);
 }
 
 }  // namespace morvanta

@@ -313,4 +313,33 @@ void RegisterChannelScripts(const std::weak_ptr<JSBridgeAdapter>& bridge, const 
                             const std::string& registerScript, const char* arrayInitFailed,
                             std::function<void(bool ok, const std::string& error)> registered);
 
+// The lines of a registration that starts the loop itself.
+struct ChannelRegistrationTexts {
+  const char* arrayInitFailed;
+  const char* registered;
+  const char* failed;  // followed by the error
+  const char* rolledBack;
+};
+
+// Array init, then the register script; on success `channel`'s loop starts,
+// on failure its last listener, whichever that is by then, is dropped.
+// `owner` keeps `channel` alive: once it is gone the answer does nothing.
+template <typename Listener>
+void RegisterAndStart(const std::weak_ptr<JSBridgeAdapter>& bridge, const std::string& arrayInit,
+                      const std::string& registerScript, const ChannelRegistrationTexts& texts,
+                      std::weak_ptr<const void> owner, EventChannel<Listener>* channel) {
+  RegisterChannelScripts(bridge, arrayInit, registerScript, texts.arrayInitFailed,
+                         [owner, channel, texts](bool ok, const std::string& error) {
+                           auto alive = owner.lock();
+                           if (!alive) return;
+                           if (ok) {
+                             log::Info(texts.registered);
+                             channel->Start();
+                             return;
+                           }
+                           log::Error(texts.failed, error);
+                           if (channel->PopBack()) log::Info(texts.rolledBack);
+                         });
+}
+
 }  // namespace morvanta

@@ -174,21 +174,14 @@ struct MvWaitingRoomManager::Core : std::enable_shared_from_this<Core> {
   // Array init, then the register script; a refusal drops the last native
   // listener, whichever that is by then.
   void Register() {
-    std::weak_ptr<Core> weak = weak_from_this();
-    RegisterChannelScripts(bridge, WaitingRoomChannelScripts().arrayInit, WaitingRoomRegisterScript(),
-                           "[WaitingRoomManager] ❌ Failed to initialize waiting room event array",
-                           [weak](bool ok, const std::string& error) {
-                             auto core = weak.lock();
-                             if (!core) return;
-                             if (ok) {
-                               log::Info(kTag, " ✅ JavaScript waiting room listener registered successfully");
-                               core->channel.Start();
-                               return;
-                             }
-                             log::Error(kTag, " ❌ Failed to register JavaScript waiting room listener: ", error);
-                             if (core->channel.PopBack())
-                               log::Info(kTag, " 🔄 Rolled back C++ listener due to JS registration failure");
-                           });
+    static constexpr ChannelRegistrationTexts kTexts = {
+        "[WaitingRoomManager] ❌ Failed to initialize waiting room event array",
+        "[WaitingRoomManager] ✅ JavaScript waiting room listener registered successfully",
+        "[WaitingRoomManager] ❌ Failed to register JavaScript waiting room listener: ",
+        "[WaitingRoomManager] 🔄 Rolled back C++ listener due to JS registration failure",
+    };
+    RegisterAndStart(bridge, WaitingRoomChannelScripts().arrayInit, WaitingRoomRegisterScript(), kTexts,
+                     weak_from_this(), &channel);
   }
 };
 
