@@ -33,6 +33,7 @@
 #include <vector>
 
 #include "morvanta.h"
+#include "support/sandbox_config.h"
 #include "support/sandbox_eval.h"
 
 namespace {
@@ -130,11 +131,7 @@ double Percentile(std::vector<double> v, double p) {
 class Session {
  public:
   bool Open() {
-    MorvantaInitConfig c{};
-    c.app_key = "bench-app-key-0001";
-    c.log_path = "/tmp";
-    c.use_asset_server_config = -1;
-    c.debug = -1;
+    MorvantaInitConfig c = morvanta_test::SandboxConfig("bench-app-key-0001");
     if (Morvanta_Initialize(&c, &sdk_) != 0) return false;
     // No simulated members, no script, no statistics: only the bench's events.
     Eval("morVantaSandbox.configure({meeting: {memberCount: 0, script: [], rtcStatsIntervalMs: 0}})");

@@ -13,17 +13,9 @@
 #include <string>
 
 #include "morvanta.h"
+#include "support/sandbox_config.h"
 
 namespace morvanta_test {
-
-inline MorvantaInitConfig SandboxConfig() {
-  MorvantaInitConfig c{};
-  c.app_key = "test-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
-  return c;
-}
 
 // Collects callback calls; heap-allocated and shared so a late call is safe.
 struct Slot {

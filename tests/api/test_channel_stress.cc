@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "morvanta.h"
+#include "support/sandbox_config.h"
 #include "support/test_support.h"
 
 using namespace morvanta_test;
@@ -141,11 +142,7 @@ std::string ChattyMeeting() {
 
 TEST(ChannelStress, ListenersComingAndGoingFromSeveralThreadsKeepOrderAndNeverDeadlock) {
   Scenario scenario(ChattyMeeting());
-  MorvantaInitConfig c{};
-  c.app_key = "stress-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
+  MorvantaInitConfig c = morvanta_test::SandboxConfig("stress-app-key-0001");
   MorvantaSDK_T* sdk = nullptr;
   ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
   {

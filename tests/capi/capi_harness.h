@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "morvanta.h"
+#include "support/sandbox_config.h"
 #include "support/sandbox_eval.h"
 
 namespace morvanta_test {
@@ -14,11 +15,7 @@ namespace morvanta_test {
 class CapiLibrary : public ::testing::Test {
  protected:
   void SetUp() override {
-    MorvantaInitConfig c{};
-    c.app_key = "test-app-key-0001";
-    c.log_path = "/tmp";
-    c.use_asset_server_config = -1;
-    c.debug = -1;
+    MorvantaInitConfig c = morvanta_test::SandboxConfig();
     ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
   }
   void TearDown() override { EXPECT_EQ(Morvanta_Uninitialize(), 0); }

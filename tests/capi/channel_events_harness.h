@@ -90,15 +90,6 @@ inline std::vector<std::string> LinesStartingWith(const std::string& log, const 
   return found;
 }
 
-inline MorvantaInitConfig TestConfig() {
-  MorvantaInitConfig c{};
-  c.app_key = "test-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
-  return c;
-}
-
 // Puts the local user in a meeting of two simulated members, with no script
 // and RTC statistics every `stats_ms` (0: none).
 inline bool EnterMeeting(int stats_ms) {
@@ -114,7 +105,7 @@ inline bool EnterMeeting(int stats_ms) {
 // until `heard` has heard some. After the return no call may follow and no
 // thread of the library may be left.
 inline void ExpectCleanTeardown(Heard& heard, const std::function<void(MorvantaMeetingManager_T*)>& start) {
-  MorvantaInitConfig c = TestConfig();
+  MorvantaInitConfig c = SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
   // A first cycle brings up what lives for the process (Node's own threads).
   ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);

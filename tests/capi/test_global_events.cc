@@ -265,7 +265,7 @@ TEST(GlobalEventsLifecycle, AddAndRemoveNeedAnInitializedLibrary) {
   EXPECT_EQ(Morvanta_AddGlobalEventListener(&l), -2);
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), -2);
 
-  MorvantaInitConfig c = TestConfig();
+  MorvantaInitConfig c = SandboxConfig();
   ASSERT_EQ(Morvanta_Initialize(&c, nullptr), 0);
   ASSERT_EQ(Morvanta_AddGlobalEventListener(&l), 0);
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
@@ -275,7 +275,7 @@ TEST(GlobalEventsLifecycle, AddAndRemoveNeedAnInitializedLibrary) {
 }
 
 TEST(GlobalEventsLifecycle, UninitializeWithALiveListenerLeavesNoThreadAndNoLateCall) {
-  MorvantaInitConfig c = TestConfig();
+  MorvantaInitConfig c = SandboxConfig();
   // A first cycle brings up what lives for the process (Node's own threads).
   ASSERT_EQ(Morvanta_Initialize(&c, nullptr), 0);
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
@@ -298,7 +298,7 @@ TEST(GlobalEventsLifecycle, UninitializeWithALiveListenerLeavesNoThreadAndNoLate
 }
 
 TEST(GlobalEventsLifecycle, AfterReinitializeTheOldRecordIsForgottenAndCanBeAddedAgain) {
-  MorvantaInitConfig c = TestConfig();
+  MorvantaInitConfig c = SandboxConfig();
   Heard heard;
   MorvantaGlobalEventListener l = ListenerFor(&heard);
   ASSERT_EQ(Morvanta_Initialize(&c, nullptr), 0);

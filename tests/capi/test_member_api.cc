@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "capi/media_api_harness.h"
+#include "support/sandbox_config.h"
 
 using namespace morvanta_test;
 
@@ -241,11 +242,7 @@ TEST_F(MemberApi, SlowGetMemberListGivesUpAfterFiveSecondsAndSurvivesTheLateAnsw
 // A handle kept past Morvanta_Uninitialize fails at once, through the
 // callback on the calling thread; the list is empty.
 TEST(MemberApiAfterUninitialize, AKeptHandleAnswersBridgeNotInitialized) {
-  MorvantaInitConfig c{};
-  c.app_key = "test-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
+  MorvantaInitConfig c = morvanta_test::SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
   ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
   MorvantaMemberManager_T* handle = Morvanta_GetMemberManager(sdk);

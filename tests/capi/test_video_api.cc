@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "capi/media_api_harness.h"
+#include "support/sandbox_config.h"
 
 using namespace morvanta_test;
 
@@ -226,11 +227,7 @@ TEST_F(VideoApi, TheVideoProfileIsSentAndForgotten) {
 // A handle kept past Morvanta_Uninitialize still takes calls: those with a
 // callback fail through it at once, the profile is dropped quietly.
 TEST(VideoApiAfterUninitialize, AKeptHandleAnswersBridgeNotInitialized) {
-  MorvantaInitConfig c{};
-  c.app_key = "test-app-key-0001";
-  c.log_path = "/tmp";
-  c.use_asset_server_config = -1;
-  c.debug = -1;
+  MorvantaInitConfig c = morvanta_test::SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
   ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
   MorvantaVideoManager_T* handle = Morvanta_GetVideoManager(sdk);
