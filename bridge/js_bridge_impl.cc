@@ -248,6 +248,8 @@ void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
     }
     ProcessSingleTask(task, context, isolate);
   }
+  // Between tasks, with no JavaScript running.
+  script_cache_trim_.TrimIfDue(isolate);
 }
 
 void JSBridgeImpl::NoV8Pass() {
@@ -376,6 +378,7 @@ void JSBridgeImpl::CleanupNodeJS() {
           log::Info("[JSBridge] SafeV8Accessor not available, resetting context with isolate...");
           DirectV8Scope scope(isolate_);
           context_.Reset();
+          fixed_scripts_.Clear();
           // Undelivered 1 ms timers are closed without delivery, and the
           // closes are completed now so the loop can be closed later.
           CancelDelayedCallbacks();

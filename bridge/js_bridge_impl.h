@@ -13,7 +13,9 @@
 #include <thread>
 #include <unordered_set>
 
+#include "bridge/fixed_scripts.h"
 #include "bridge/js_value.h"
+#include "bridge/script_cache_trim.h"
 #include "bridge/task.h"
 #include "bridge/task_queue.h"
 
@@ -106,6 +108,10 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   std::unique_ptr<NodeRuntime> node_runtime_;
   v8::Isolate* isolate_ = nullptr;
   v8::Global<v8::Context> context_;
+  // The per-call fixed scripts, compiled once for this environment.
+  FixedScripts fixed_scripts_;
+  // Keeps V8's compilation cache from filling with distinct call scripts.
+  ScriptCacheTrim script_cache_trim_;
   uv_loop_t* event_loop_ = nullptr;
   std::shared_ptr<V8ThreadManager> thread_manager_;
   std::shared_ptr<SafeV8Accessor> safe_accessor_;

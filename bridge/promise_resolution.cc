@@ -5,6 +5,7 @@
 #include <chrono>
 #include <thread>
 
+#include "bridge/fixed_scripts.h"
 #include "bridge/js_bridge_impl.h"
 #include "bridge/v8_text.h"
 #include "runtime/log.h"
@@ -49,12 +50,10 @@ try {
 }
 )JS";
 
-bool RunScript(v8::Local<v8::Context> context, const char* text, bool* compiled) {
-  v8::Isolate* isolate = context->GetIsolate();
-  v8::Local<v8::Script> script;
-  *compiled = v8::Script::Compile(context, V8String(isolate, text)).ToLocal(&script);
-  if (!*compiled) return false;
-  return !script->Run(context).IsEmpty();
+// Both scripts are run from the form compiled once for this environment.
+bool RunScript(FixedScripts& scripts, v8::Local<v8::Context> context, FixedScripts::Slot slot, const char* text,
+               bool* compiled) {
+  return !scripts.Run(context, slot, text, compiled).IsEmpty();
 }
 
 v8::Local<v8::Value> GetGlobal(v8::Local<v8::Context> context, const char* name) {
@@ -79,7 +78,7 @@ void JSBridgeImpl::HandlePromiseResult(v8::Local<v8::Promise> promise, v8::Local
   SetGlobal(context, "__currentPromise", promise);
 
   bool compiled = false;
-  if (!RunScript(context, kPromiseHandlerScript, &compiled)) {
+  if (!RunScript(fixed_scripts_, context, FixedScripts::kPromiseHandler, kPromiseHandlerScript, &compiled)) {
     InvokeCallback(task, Failure(compiled ? "Failed to execute Promise handler"
                                           : "Failed to compile Promise handler"));
     return;
@@ -130,7 +129,7 @@ void JSBridgeImpl::HandlePromiseResult(v8::Local<v8::Promise> promise, v8::Local
   }
   log::Info("[JSBridge] Promise succeeded, extracting result object...");
   v8::Local<v8::Value> extracted;
-  if (RunScript(context, kExtractionScript, &compiled)) {
+  if (RunScript(fixed_scripts_, context, FixedScripts::kExtraction, kExtractionScript, &compiled)) {
     v8::Local<v8::Value> ok = GetGlobal(context, "__extractSuccess");
     if (!ok.IsEmpty() && ok->IsBoolean() && ok->BooleanValue(isolate))
       extracted = GetGlobal(context, "__extractedResult");

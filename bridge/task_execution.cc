@@ -100,6 +100,7 @@ JSResult<JSValue> JSBridgeImpl::ExecuteCodeTask(const std::shared_ptr<Task>& tas
   if (!V8StringFromUtf8(isolate, task->code).ToLocal(&source) ||
       !v8::Script::Compile(context, source).ToLocal(&script))
     return Fail("Script compilation failed");
+  script_cache_trim_.NoteCompile(task->code);
   v8::Local<v8::Value> value;
   if (!script->Run(context).ToLocal(&value)) return Fail("Script execution failed");
   if (value->IsPromise()) {

@@ -36,6 +36,9 @@ struct SdkCall {
   bool log_failure = true;
   // What stands between the tag and the method name in the failure line.
   const char* failure_mark = " ❌ ";
+  // The failure line's whole text between the tag and the error, where it
+  // is not "<failure_mark><method> failed: ".
+  const char* failure_text = nullptr;
   // Diagnostics of a successful raw answer, before conversion.
   std::function<void(const JSValue&)> inspect;
 };
@@ -67,15 +70,18 @@ void CallSdk(JSBridgeAdapter* bridge, SdkCall call, MvCallback<T> done,
   const char* failure_mark = call.failure_mark;
   bool log_received = call.log_received;
   bool log_failure = call.log_failure;
+  const char* failure_text = call.failure_text;
   auto inspect = std::move(call.inspect);
   bridge->CallFunction(call.path, call.args,
-                       [tag, method, failure_mark, log_received, log_failure, inspect, done, read](const JSResult& result) {
+                       [tag, method, failure_mark, failure_text, log_received, log_failure, inspect, done,
+                        read](const JSResult& result) {
                          if (log_received) {
                            log::Info(tag, " 🎯 ", method, " callback received!");
                            log::Info(tag, " 🎯 Success: ", result.success ? "true" : "false");
                          }
                          if (!result.success) {
-                           if (log_failure) log::Error(tag, failure_mark, method, " failed: ", result.error);
+                           if (log_failure && failure_text) log::Error(tag, failure_text, result.error);
+                           else if (log_failure) log::Error(tag, failure_mark, method, " failed: ", result.error);
                            if (done) done(MvResult<T>::Failure(-1, result.error));
                            return;
                          }

@@ -39,12 +39,14 @@ void CallSdkMethod(JSBridgeAdapter* bridge, const SdkObject& object, const SdkMe
 // For methods whose answer means nothing: a fulfilled call is a success
 // whatever the SDK answered, a non-zero code included; only a failed call
 // (or a missing bridge) is a failure. Success is logged as "<name> <outcome>",
-// without the "callback received" lines.
+// without the "callback received" lines; a failed call as the common failure
+// line, or as `failure_text` and the error where that is given.
 inline void CallSdkMethodIgnoringAnswer(JSBridgeAdapter* bridge, const SdkObject& object, const SdkMethod& method,
                                         std::vector<JSValue> args, MvCallback<void> done,
-                                        const char* outcome = "successful") {
+                                        const char* outcome = "successful", const char* failure_text = nullptr) {
   SdkCall call = MethodCall(object, method, std::move(args));
   call.log_received = false;
+  call.failure_text = failure_text;
   const char* tag = object.tag;
   const char* name = method.name;
   MvCallback<void> logged = [tag, name, outcome, done](const MvResult<void>& r) {

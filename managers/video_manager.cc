@@ -110,7 +110,7 @@ void MvVideoManager::SetVideoProfile(int resolution, int frameRate) {
   if (adapter && adapter->IsInitialized())
     log::Info(kSdk.tag, " 🚀 SetVideoProfile - JSBridge 2.0 (resolution=", resolution, ", frameRate=", frameRate, ")");
   CallSdkMethodIgnoringAnswer(adapter.get(), kSdk, kSetVideoProfile, {JSValue(resolution), JSValue(frameRate)}, nullptr,
-                              "completed successfully");
+                              "completed successfully", " ⚠️ SetVideoProfile JavaScript call failed: ");
 }
 
 void MvVideoManager::SubscribeRemoteVideoStream(const std::string& userUuid, int streamType, MvCallback<void> done) {

@@ -2,6 +2,7 @@
 // video object (native windows as 8 bytes) and how the answer comes back.
 #include <cstdint>
 
+#include "capi/channel_events_harness.h"
 #include "capi/media_api_harness.h"
 #include "support/sandbox_config.h"
 
@@ -222,6 +223,27 @@ TEST_F(VideoApi, TheVideoProfileIsSentAndForgotten) {
   ASSERT_EQ(Morvanta_Video_SetVideoProfile(handle, -1, 0), 0);
   EXPECT_EQ(ArgsOf("video.setVideoProfile"), "[[2,30],[-1,0]]");
   EXPECT_EQ(VideoState("profile"), R"({"resolution":2,"frameRate":30})");
+}
+
+// A failed profile call reaches no one either; it leaves one warning line.
+TEST_F(VideoApi, AFailedVideoProfileCallIsLoggedAsAWarning) {
+  Override("video.setVideoProfile", "{fail: 'reject', message: 'encoder busy', times: 1}");
+  const std::string log = LogOf([&] {
+    ASSERT_EQ(Morvanta_Video_SetVideoProfile(handle, 2, 30), 0);
+    Settle();  // queued behind the profile call, answered after it
+  });
+  const auto lines = LinesStartingWith(log, "[VideoManager] ");
+  const std::string warning = "[VideoManager] ⚠️ SetVideoProfile JavaScript call failed: ";
+  std::vector<std::string> warnings;
+  for (const std::string& line : lines)
+    if (line.rfind(warning, 0) == 0) warnings.push_back(line);
+  ASSERT_EQ(warnings.size(), 1u) << log;
+  EXPECT_NE(warnings[0].find("encoder busy"), std::string::npos) << warnings[0];
+  for (const std::string& line : lines) {
+    EXPECT_EQ(line.find("SetVideoProfile failed"), std::string::npos) << line;
+    EXPECT_EQ(line.find("SetVideoProfile completed successfully"), std::string::npos) << line;
+  }
+  EXPECT_EQ(VideoState("profile"), "null");
 }
 
 // A handle kept past Morvanta_Uninitialize still takes calls: those with a
