@@ -56,14 +56,23 @@ bool RunScript(FixedScripts& scripts, v8::Local<v8::Context> context, FixedScrip
   return !scripts.Run(context, slot, text, compiled).IsEmpty();
 }
 
+// The slot names are looked up as internalized keys, straight from the
+// literal: no text copy, and no new heap string on each call.
+v8::Local<v8::String> Key(v8::Isolate* isolate, const char* name) {
+  v8::Local<v8::String> key;
+  if (!v8::String::NewFromUtf8(isolate, name, v8::NewStringType::kInternalized).ToLocal(&key))
+    key = v8::String::Empty(isolate);
+  return key;
+}
+
 v8::Local<v8::Value> GetGlobal(v8::Local<v8::Context> context, const char* name) {
   v8::Local<v8::Value> value;
-  if (!context->Global()->Get(context, V8String(context->GetIsolate(), name)).ToLocal(&value)) return {};
+  if (!context->Global()->Get(context, Key(context->GetIsolate(), name)).ToLocal(&value)) return {};
   return value;
 }
 
 void SetGlobal(v8::Local<v8::Context> context, const char* name, v8::Local<v8::Value> value) {
-  context->Global()->Set(context, V8String(context->GetIsolate(), name), value).FromMaybe(false);
+  context->Global()->Set(context, Key(context->GetIsolate(), name), value).FromMaybe(false);
 }
 
 JSResult<JSValue> Failure(std::string text) { return JSResult<JSValue>::Failure(MakeError(std::move(text))); }
