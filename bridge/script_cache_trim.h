@@ -3,8 +3,8 @@
 // text, and a top-level script's bytecode never ages out, so calls whose
 // arguments differ would each leave an entry behind for the life of the
 // environment. The trimmer counts compiles of texts it has not seen lately
-// and, once enough have piled up, has V8 drop the cache (together with a
-// full collection) between tasks. Repeated texts do not count, so a host
+// and, once enough have piled up, has V8 start a memory-reducing collection
+// that drops them, between tasks. Repeated texts do not count, so a host
 // that sends the same calls over and over never pays for a trim.
 // Worker thread only.
 #pragma once
@@ -22,7 +22,7 @@ namespace jsbridge {
 class ScriptCacheTrim {
  public:
   // Distinct compiles between two trims: about 1 KiB of cache each.
-  static constexpr size_t kDefaultBudget = 8192;
+  static constexpr size_t kDefaultBudget = 4096;
 
   explicit ScriptCacheTrim(size_t budget = kDefaultBudget);
 
