@@ -123,10 +123,16 @@ void Volume(MorvantaAudioManager_T* audio, const char* label) {
                slot.code, slot.number, slot.message.c_str());
 }
 
-std::string DeviceId(MorvantaAudioManager_T* audio) {
+std::string DeviceId(MorvantaAudioManager_T* audio, std::string* message = nullptr) {
   Slot slot;
   if (Morvanta_Audio_GetSpeakerDeviceId(audio, &OnText, &slot) != 0 || !slot.Wait()) return "<no answer>";
+  if (message) *message = "code=" + std::to_string(slot.code) + " message=" + slot.message;
   return slot.text;
+}
+
+bool SetDevice(MorvantaAudioManager_T* audio, const std::string& id) {
+  Slot slot;
+  return Morvanta_Audio_SetSpeakerDevice(audio, id.c_str(), &OnDone, &slot) == 0 && slot.Wait() && slot.code == 0;
 }
 
 }  // namespace
@@ -177,13 +183,15 @@ int main(int argc, char** argv) {
     MorvantaAudioManager_T* audio = Start();
     Mute(audio, "rejection");
     Say("lone surrogate " + Hex(DeviceId(audio)));
-    Slot set;
     // A stray byte, an overlong quote, a UTF-8 encoded surrogate, a cut-off
     // sequence at the end.
-    const char bad[] = "x\x80y\xC0\xA2z\xED\xA0\x80w\xE2\x82";
-    if (Morvanta_Audio_SetSpeakerDevice(audio, bad, &OnDone, &set) != 0 || !set.Wait()) return 4;
-    Say("set code=" + std::to_string(set.code));
+    if (!SetDevice(audio, "x\x80y\xC0\xA2z\xED\xA0\x80w\xE2\x82")) return 4;
     Say("host string " + Hex(DeviceId(audio)));
+    // JSON text as the whole answer, nested beyond the parser's limit.
+    if (!SetDevice(audio, std::string(600, '[') + std::string(600, ']'))) return 4;
+    std::string outcome;
+    DeviceId(audio, &outcome);
+    Say("deep json " + outcome);
     Morvanta_DestroyAudioManagerHandle(audio);
     Say("uninitialize rc=" + std::to_string(Morvanta_Uninitialize()));
     return 0;

@@ -46,5 +46,8 @@ const behaviours = {
 const behaviour = behaviours[process.env.MORVANTA_HOSTILE];
 if (behaviour) audio.muteMyAudio = behaviour;
 audio.setSpeakerDevice = (id) => { lastDevice = id; return ok(); };
-audio.getSpeakerDeviceId = () =>
-  Promise.resolve({ code: 0, message: 'success', data: lastDevice === null ? 'a\uD800b' : lastDevice });
+// A device id that looks like JSON text is answered as the whole answer.
+audio.getSpeakerDeviceId = () => {
+  if (lastDevice !== null && lastDevice.startsWith('[')) return Promise.resolve(lastDevice);
+  return Promise.resolve({ code: 0, message: 'success', data: lastDevice === null ? 'a\uD800b' : lastDevice });
+};
