@@ -284,6 +284,11 @@ void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
   if (debug() && !tasks.empty()) log::Info("[JSBridge] Processing ", tasks.size(), " pending tasks");
   for (const auto& task : tasks) {
     if (!task) continue;
+    // Behind a task during which the SDK exited: an unavailable bridge.
+    if (sdk_exited_.load()) {
+      InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("Bridge not initialized", -3)));
+      continue;
+    }
     if (!v8::Isolate::GetCurrent() || context_.IsEmpty()) {
       InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("V8 isolate not available")));
       continue;
