@@ -172,8 +172,10 @@ int main(int argc, char** argv) {
     return 9;
   }
   if (mode == "return-during-call") {
-    MorvantaAudioManager_T* audio = Start();
-    Slot slot;
+    // Static: the call may still be answered while the process exits, after
+    // main's frame is gone.
+    static MorvantaAudioManager_T* audio = Start();
+    static Slot slot;
     Morvanta_Audio_MuteMyAudio(audio, &OnDone, &slot);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     Say("returning from main with the call running");
