@@ -20,6 +20,16 @@ namespace jsbridge {
 
 using Clock = std::chrono::steady_clock;
 
+namespace {
+
+// What a call gets from a bridge that no longer runs the SDK, as
+// JSBridge::ExecuteCode answers when not initialized.
+JSResult<JSValue> BridgeUnavailable() {
+  return JSResult<JSValue>::Failure(MakeError("Bridge not initialized", -3));
+}
+
+}  // namespace
+
 JSBridgeImpl::JSBridgeImpl() : task_queue_(std::make_shared<TaskQueue>()) {}
 
 JSBridgeImpl::~JSBridgeImpl() {
@@ -150,7 +160,7 @@ void JSBridgeImpl::RefuseQueuedTasks() {
   for (const auto& task : task_queue_->PopAll()) {
     if (!task || task->callback_invoked.exchange(true)) continue;
     try {
-      InvokeCallbackSync(task, JSResult<JSValue>::Failure(MakeError("Bridge not initialized", -3)));
+      InvokeCallbackSync(task, BridgeUnavailable());
     } catch (const std::exception& e) {
       log::Error("[JSBridge] Callback exception for task ", task->id, ": ", e.what());
     } catch (...) {
@@ -286,7 +296,7 @@ void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
     if (!task) continue;
     // Behind a task during which the SDK exited: an unavailable bridge.
     if (sdk_exited_.load()) {
-      InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("Bridge not initialized", -3)));
+      InvokeCallback(task, BridgeUnavailable());
       continue;
     }
     if (!v8::Isolate::GetCurrent() || context_.IsEmpty()) {
