@@ -380,7 +380,11 @@ void JSBridgeImpl::Shutdown() {
           joined->store(true);
         });
         const auto start = Clock::now();
-        while (!joined->load() && Clock::now() - start <= std::chrono::nanoseconds(2999999999LL))
+        // While the process exits the worker takes its environment down by
+        // itself, and the exit must not wait 3 s more for it.
+        const auto limit = NodeRuntime::IsProcessExiting() ? std::chrono::nanoseconds(300000000LL)
+                                                           : std::chrono::nanoseconds(2999999999LL);
+        while (!joined->load() && Clock::now() - start <= limit)
           std::this_thread::sleep_for(std::chrono::milliseconds(10));
         if (joined->load()) {
           helper.join();
