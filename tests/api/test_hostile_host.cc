@@ -112,7 +112,7 @@ TEST(HostileHost, ReturnFromMainDuringEndlessJavaScriptOrANeverSettlingPromiseEn
     bool surely_disposed;  // the worker always ends before global cleanup
   };
   for (const Row& row : {Row{"busy", "[NodeRuntime] ⚠️ Terminating JavaScript still running in 1 instance(s)", false},
-                         Row{"hang", "Promise abandoned: the process is exiting", true}}) {
+                         Row{"hang", "ms: Promise abandoned: the process is exiting", true}}) {
     SCOPED_TRACE(row.hostile);
     ProcessResult r = RunHostile("return-during-call", row.hostile, "PROBE: returning from main");
     ASSERT_FALSE(r.timed_out) << r.output;
