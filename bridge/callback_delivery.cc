@@ -123,6 +123,12 @@ void JSBridgeImpl::CancelDelayedCallbacks() {
   for (DelayedCallback* delayed : pending) delayed->Close();
 }
 
+void JSBridgeImpl::DeliverDelayedCallbacks() {
+  // Copy first: each delivery closes its timer, which erases it from the set.
+  std::vector<DelayedCallback*> pending(delayed_callbacks_.begin(), delayed_callbacks_.end());
+  for (DelayedCallback* delayed : pending) DelayedCallback::OnTimer(&delayed->timer);
+}
+
 void JSBridgeImpl::InvokeCallbackAsync(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result) {
   log::Info("[JSBridge] Scheduling async callback for task ", task->id);
   try {

@@ -11,6 +11,7 @@
 #include "bridge/script_writer.h"
 #include "runtime/host_paths.h"
 #include "runtime/log.h"
+#include "runtime/node_runtime.h"
 
 namespace morvanta {
 
@@ -217,9 +218,12 @@ void JSBridgeAdapter::Cleanup() {
       std::lock_guard<std::mutex> lock(stateMutex);
       current = bridge;
     }
+    // Nor is there anything to wait for while the process exits: a host that
+    // called exit() from a callback holds that very call open on the worker.
     std::unique_lock<std::mutex> lock(activeCalls->mutex);
     while (activeCalls->count.load() > 0) {
       if (current && !current->IsWorkerAlive()) break;
+      if (jb::NodeRuntime::IsProcessExiting()) break;
       activeCalls->cv.wait_for(lock, std::chrono::milliseconds(100));
     }
   }

@@ -20,6 +20,16 @@ namespace jsbridge {
 
 using Clock = std::chrono::steady_clock;
 
+namespace {
+
+// What a call gets from a bridge that no longer runs the SDK, as
+// JSBridge::ExecuteCode answers when not initialized.
+JSResult<JSValue> BridgeUnavailable() {
+  return JSResult<JSValue>::Failure(MakeError("Bridge not initialized", -3));
+}
+
+}  // namespace
+
 JSBridgeImpl::JSBridgeImpl() : task_queue_(std::make_shared<TaskQueue>()) {}
 
 JSBridgeImpl::~JSBridgeImpl() {
@@ -52,7 +62,9 @@ bool JSBridgeImpl::Initialize(const JSBridgeConfig& config) {
   }
   running_ = true;
   worker_alive_ = true;
+  sdk_exited_ = false;
   worker_thread_ = std::thread([self = shared_from_this()] { self->WorkerThread(); });
+  worker_id_ = worker_thread_.get_id();
   log::Info("[JSBridge] Waiting for worker thread to initialize...");
   // No handshake: the worker's ownership transfer is expected to be done by then.
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
@@ -113,9 +125,48 @@ void JSBridgeImpl::SubmitTask(std::shared_ptr<Task> task) {
     if (debug()) log::Error("[JSBridge] SubmitTask: Unknown exception in Push");
     return;
   }
+  // The SDK exited between the caller's check and the push: the worker may
+  // already have answered the queue for the last time.
+  if (sdk_exited_.load()) {
+    RefuseQueuedTasks();
+    return;
+  }
   std::lock_guard<std::mutex> lock(loop_mutex_);
   if (event_loop_ && uv_async_send(&async_handle_) != 0 && debug())
     log::Error("[JSBridge] SubmitTask: Failed to wake up worker thread");
+}
+
+bool JSBridgeImpl::NoticeSdkExit() {
+  if (sdk_exited_.load()) return true;
+  if (!node_runtime_ || !node_runtime_->SdkExitRequested()) return false;
+  sdk_exited_ = true;  // before initialized_: see SubmitTask
+  initialized_ = false;
+  return true;
+}
+
+std::string JSBridgeImpl::SdkExitText() const {
+  return "The SDK tried to exit the process with code " +
+         std::to_string(node_runtime_ ? node_runtime_->SdkExitCode() : 0);
+}
+
+std::optional<std::string> JSBridgeImpl::WaitEndedReason() {
+  if (NoticeSdkExit()) return SdkExitText();
+  if (NodeRuntime::IsProcessExiting()) return std::string("Promise abandoned: the process is exiting");
+  return std::nullopt;
+}
+
+void JSBridgeImpl::RefuseQueuedTasks() {
+  if (!task_queue_) return;
+  for (const auto& task : task_queue_->PopAll()) {
+    if (!task || task->callback_invoked.exchange(true)) continue;
+    try {
+      InvokeCallbackSync(task, BridgeUnavailable());
+    } catch (const std::exception& e) {
+      log::Error("[JSBridge] Callback exception for task ", task->id, ": ", e.what());
+    } catch (...) {
+      log::Error("[JSBridge] Unknown callback exception for task ", task->id);
+    }
+  }
 }
 
 // ---------------------------------------------------------------- worker ----
@@ -147,7 +198,7 @@ void JSBridgeImpl::WorkerThread() {
     // The loop also ends when the process is exiting: the exit handler then
     // waits for this runtime, and the worker, as the isolate's owner, is the
     // one thread that may take it down while the host's threads go on.
-    while (running_.load() && !NodeRuntime::IsProcessExiting()) {
+    while (running_.load() && !NodeRuntime::IsProcessExiting() && !NoticeSdkExit()) {
       if (!isolate_ || !event_loop_) {
         NoV8Pass();
         if (running_.load() && (!task_queue_ || task_queue_->Empty()))
@@ -168,6 +219,12 @@ void JSBridgeImpl::WorkerThread() {
         continue;
       }
       if (running_.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (sdk_exited_.load()) {
+      // The call in flight was answered on a 1 ms timer that will not fire
+      // any more; later calls are answered as an unavailable bridge.
+      DeliverDelayedCallbacks();
+      RefuseQueuedTasks();
     }
     auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started);
     // No iteration counter is kept, so the count printed is always 0.
@@ -195,7 +252,7 @@ void JSBridgeImpl::FinishWorker() {
   bool cleanup_here = false;
   {
     std::lock_guard<std::mutex> lock(phase_mutex_);
-    if (worker_phase_ == WorkerPhase::Abandoned || NodeRuntime::IsProcessExiting()) {
+    if (worker_phase_ == WorkerPhase::Abandoned || NodeRuntime::IsProcessExiting() || sdk_exited_.load()) {
       cleanup_here = worker_phase_ != WorkerPhase::CleanedUp;
       worker_phase_ = WorkerPhase::CleanedUp;
     } else {
@@ -237,6 +294,11 @@ void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
   if (debug() && !tasks.empty()) log::Info("[JSBridge] Processing ", tasks.size(), " pending tasks");
   for (const auto& task : tasks) {
     if (!task) continue;
+    // Behind a task during which the SDK exited: an unavailable bridge.
+    if (sdk_exited_.load()) {
+      InvokeCallback(task, BridgeUnavailable());
+      continue;
+    }
     if (!v8::Isolate::GetCurrent() || context_.IsEmpty()) {
       InvokeCallback(task, JSResult<JSValue>::Failure(MakeError("V8 isolate not available")));
       continue;
@@ -293,7 +355,9 @@ void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
 // -------------------------------------------------------------- shutdown ----
 
 void JSBridgeImpl::Shutdown() {
-  if (!initialized_.load()) return;
+  // After the SDK exited, initialized_ is already clear but the worker is
+  // still to be joined.
+  if (!initialized_.load() && !(sdk_exited_.load() && worker_thread_.joinable())) return;
   try {
     log::Info("[JSBridge] Shutting down...");
     running_ = false;
@@ -303,14 +367,26 @@ void JSBridgeImpl::Shutdown() {
     }
     bool worker_ended = true;
     try {
-      if (worker_thread_.joinable()) {
+      if (worker_thread_.joinable() && std::this_thread::get_id() == worker_id_) {
+        // The host called exit() from a callback and static destruction got
+        // here on the worker itself: it cannot be joined, and it ends with
+        // the process.
+        std::lock_guard<std::mutex> lock(phase_mutex_);
+        if (worker_phase_ == WorkerPhase::Running) worker_phase_ = WorkerPhase::Abandoned;
+        worker_ended = false;
+        log::Error("[JSBridge] Warning: Shutdown on the worker thread itself, leaving the worker to the process exit");
+      } else if (worker_thread_.joinable()) {
         auto joined = std::make_shared<std::atomic<bool>>(false);
         std::thread helper([worker = std::move(worker_thread_), joined]() mutable {
           worker.join();
           joined->store(true);
         });
         const auto start = Clock::now();
-        while (!joined->load() && Clock::now() - start <= std::chrono::nanoseconds(2999999999LL))
+        // While the process exits the worker takes its environment down by
+        // itself, and the exit must not wait 3 s more for it.
+        const auto limit = NodeRuntime::IsProcessExiting() ? std::chrono::nanoseconds(300000000LL)
+                                                           : std::chrono::nanoseconds(2999999999LL);
+        while (!joined->load() && Clock::now() - start <= limit)
           std::this_thread::sleep_for(std::chrono::milliseconds(10));
         if (joined->load()) {
           helper.join();

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_set>
@@ -63,6 +64,11 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
 
   bool debug() const { return config_.debug_mode; }
 
+  // True once the SDK has asked to end the process (see NodeRuntime): the
+  // bridge then answers the call in flight with a failure, refuses the rest
+  // as not initialized, and its worker takes the environment down.
+  bool HasSdkExited() const { return sdk_exited_.load(); }
+
  private:
   friend struct DelayedCallback;
   enum class WorkerPhase { Running, Finished, Abandoned, CleanedUp };
@@ -78,6 +84,13 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   void DriveEventLoop(bool had_tasks, bool had_promises);
   void ProcessPendingTasks(v8::Isolate* isolate);
   void CheckPendingPromises();
+  // Worker only: reads the runtime's exit request into sdk_exited_.
+  bool NoticeSdkExit();
+  std::string SdkExitText() const;
+  // Why a promise wait must end before its promise settles, if it must.
+  std::optional<std::string> WaitEndedReason();
+  // Answers every queued task as an unavailable bridge, on the calling thread.
+  void RefuseQueuedTasks();
 
   // Task execution (task_execution.cc).
   void ProcessSingleTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context,
@@ -98,10 +111,14 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // Shutdown.
   void CleanupNodeJS();
   void CancelDelayedCallbacks();
+  // Delivers the pending 1 ms timers' outcomes now (the worker is ending).
+  void DeliverDelayedCallbacks();
 
   std::atomic<bool> initialized_{false};
   std::atomic<bool> running_{false};
   std::atomic<bool> worker_alive_{false};
+  std::atomic<bool> sdk_exited_{false};
+  std::thread::id worker_id_;
   std::string last_error_;
   JSBridgeConfig config_;
   std::thread worker_thread_;

@@ -1,6 +1,7 @@
 // JSON text from the SDK becomes a product JSValue through RapidJSON. The
 // parse is iterative so hostile nesting cannot exhaust the stack, and the
-// conversion refuses anything nested deeper than kMaxJsonDepth.
+// conversion refuses anything nested deeper than kMaxJsonDepth with an error
+// text in RapidJSON's own manner (kJsonTooDeepError).
 //
 // RapidJSON's length-taking Parse() has two leaks that let invalid text
 // through, so the text is fed to it through a plain MemoryStream instead:
@@ -85,7 +86,7 @@ bool TryParseJson(const std::string& json, JSValue& out, std::string* error, siz
   }
   JSValue converted;
   if (!Convert(strict, converted, 0)) {
-    if (error) *error = "Nesting too deep";
+    if (error) *error = kJsonTooDeepError;
     if (offset) *offset = 0;
     return false;
   }

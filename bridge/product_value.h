@@ -97,9 +97,12 @@ using JSCallback = std::function<void(const JSResult&)>;
 JSValue ParseJsonToJSValue(const std::string& json);
 
 // Like ParseJsonToJSValue but reports failure: returns false and fills `error`
-// with RapidJSON's English text for the parse error. Nesting deeper than
-// kMaxJsonDepth is refused rather than risking the stack.
+// with RapidJSON's English text for the parse error. Text nested more than
+// kMaxJsonDepth + 1 levels deep (513 arrays or objects inside each other
+// pass) is refused rather than risking the stack, with kJsonTooDeepError as
+// its text and offset 0.
 constexpr int kMaxJsonDepth = 512;
+constexpr char kJsonTooDeepError[] = "The document is nested more than 513 levels deep.";
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error);
 // The same, also giving the byte offset of the fault.
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error, size_t* offset);

@@ -19,7 +19,10 @@ constexpr int kPollStepMs = 30;
 constexpr int kPromiseTimeoutMs = 15000;
 
 // Records the outcome of globalThis.__currentPromise as JSON text. A value
-// that cannot be serialised (a cycle, say) still counts as success.
+// that cannot be serialised (a cycle, say) still counts as success. A
+// rejection reason that cannot be described (its message getter throws, it
+// has no toString) is recorded with a fixed text, so that every rejection is
+// answered at once.
 constexpr char kPromiseHandlerScript[] = R"JS(
 globalThis.__currentPromise.then(function (result) {
   try {
@@ -33,8 +36,14 @@ globalThis.__currentPromise.then(function (result) {
   }
   globalThis.__promiseCompleted = true;
 }).catch(function (error) {
-  globalThis.__promiseResult = JSON.stringify({success: false,
-      error: (error && error.message) || String(error)});
+  var text;
+  try {
+    text = (error && error.message) || String(error);
+    if (typeof text !== 'string') text = String(text);
+  } catch (e) {
+    text = 'Rejected with a reason that cannot be shown as text';
+  }
+  globalThis.__promiseResult = JSON.stringify({success: false, error: text});
   globalThis.__promiseCompleted = true;
 });
 )JS";
@@ -101,6 +110,13 @@ void JSBridgeImpl::HandlePromiseResult(v8::Local<v8::Promise> promise, v8::Local
   bool completed = false;
   for (;;) {
     if (node_runtime_) node_runtime_->DriveEventLoop();
+    // An SDK that asked to exit, or a process that is exiting, ends the wait
+    // at once instead of after the full limit.
+    if (std::optional<std::string> reason = WaitEndedReason()) {
+      log::Info("[JSBridge] Promise wait ended after ", elapsed, "ms: ", *reason);
+      InvokeCallback(task, Failure(std::move(*reason)));
+      return;
+    }
     v8::Local<v8::Value> flag = GetGlobal(context, "__promiseCompleted");
     if (!flag.IsEmpty() && flag->IsBoolean() && flag->BooleanValue(isolate)) {
       completed = true;

@@ -8,9 +8,52 @@ namespace morvanta {
 namespace jsbridge {
 namespace {
 
+// Length of the well-formed UTF-8 sequence that starts at text[i] (1 to 4),
+// or 0 when the bytes there are not one: a stray continuation byte, an
+// overlong form, a surrogate, a value above U+10FFFF or a cut-off sequence.
+size_t Utf8SequenceLength(const std::string& text, size_t i) {
+  const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+  const unsigned char lead = byte(i);
+  if (lead < 0x80) return 1;
+  size_t length = 0;
+  unsigned char low = 0x80, high = 0xBF;  // range of the second byte
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3;
+    if (lead == 0xE0) low = 0xA0;
+    if (lead == 0xED) high = 0x9F;
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4;
+    if (lead == 0xF0) low = 0x90;
+    if (lead == 0xF4) high = 0x8F;
+  } else {
+    return 0;
+  }
+  if (i + length > text.size()) return 0;
+  if (byte(i + 1) < low || byte(i + 1) > high) return 0;
+  for (size_t k = 2; k < length; ++k)
+    if (byte(i + k) < 0x80 || byte(i + k) > 0xBF) return 0;
+  return length;
+}
+
 void AppendQuoted(std::string& out, const std::string& text) {
   out += '"';
-  for (char c : text) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (static_cast<unsigned char>(c) >= 0x80) {
+      // Text that is not UTF-8 would be read by V8 in its own way; it is
+      // replaced here, one U+FFFD per bad byte, so the script says exactly
+      // what it shows.
+      const size_t length = Utf8SequenceLength(text, i);
+      if (length == 0) {
+        out += "\xEF\xBF\xBD";
+      } else {
+        out.append(text, i, length);
+        i += length - 1;
+      }
+      continue;
+    }
     switch (c) {
       case '"': out += "\\\""; break;
       case '\\': out += "\\\\"; break;

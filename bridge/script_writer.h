@@ -11,8 +11,10 @@ namespace morvanta {
 namespace jsbridge {
 
 // Numbers use "%f" (six decimals: 5 becomes 5.000000); strings are
-// double-quoted with \" \\ \b \f \n \r \t escaped and every other byte passed
-// through; binary becomes Buffer.from([..]); a function becomes null.
+// double-quoted with \" \\ \b \f \n \r \t escaped and every other character
+// passed through, except that bytes which are not well-formed UTF-8 become
+// U+FFFD (one per byte); binary becomes Buffer.from([..]); a function becomes
+// null.
 std::string ToJavaScriptSource(const JSValue& value);
 
 // "path(arg1, arg2, ...)".

@@ -68,6 +68,12 @@ void JSBridgeImpl::ProcessSingleTask(const std::shared_ptr<Task>& task, v8::Loca
         error.stack = V8ToUtf8(isolate, stack);
       result = JSResult<JSValue>::Failure(std::move(error));
     }
+    // The SDK asked to exit while this task ran: its JavaScript was
+    // terminated, and the call is answered with what happened.
+    if (NoticeSdkExit()) {
+      InvokeCallback(task, Fail(SdkExitText()));
+      return;
+    }
     if (result.success && result.value && result.value->type == JSValueType::String &&
         result.value->string_value == kPromiseSentinel) {
       if (debug())

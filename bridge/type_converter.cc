@@ -114,14 +114,7 @@ JSValue V8Reader::Value(v8::Local<v8::Value> value) {
       }
       return JSValue(number);
     }
-    if (value->IsString()) {
-      v8::String::Utf8Value utf8(isolate_, value);
-      if (*utf8 == nullptr) {
-        log::Info("[TypeConverter] Warning: Failed to convert string to UTF-8");
-        return JSValue(std::string());
-      }
-      return JSValue(std::string(*utf8, static_cast<size_t>(utf8.length())));
-    }
+    if (value->IsString()) return JSValue(V8ToUtf8(isolate_, value));
     if (value->IsFunction()) {
       JSValue out(JSValueType::Function);
       v8::Local<v8::Value> name = value.As<v8::Function>()->GetName();

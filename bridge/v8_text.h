@@ -21,10 +21,23 @@ inline v8::Local<v8::String> V8String(v8::Isolate* isolate, const std::string& t
   return out;
 }
 
+// The value's text as valid UTF-8: a lone surrogate, which UTF-8 cannot
+// carry, becomes U+FFFD. A value without a text form gives the empty string.
 inline std::string V8ToUtf8(v8::Isolate* isolate, v8::Local<v8::Value> value) {
   if (value.IsEmpty()) return {};
-  v8::String::Utf8Value utf8(isolate, value);
-  return *utf8 ? std::string(*utf8, static_cast<size_t>(utf8.length())) : std::string();
+  v8::Local<v8::String> text;
+  if (value->IsString()) {
+    text = value.As<v8::String>();
+  } else if (!value->ToString(isolate->GetCurrentContext()).ToLocal(&text)) {
+    return {};
+  }
+  // A lone surrogate takes three bytes either way, so the length holds.
+  std::string out(static_cast<size_t>(text->Utf8Length(isolate)), '\0');
+  const int written =
+      text->WriteUtf8(isolate, out.data(), static_cast<int>(out.size()), nullptr,
+                      v8::String::REPLACE_INVALID_UTF8 | v8::String::NO_NULL_TERMINATION);
+  out.resize(static_cast<size_t>(written > 0 ? written : 0));
+  return out;
 }
 
 }  // namespace jsbridge

@@ -39,6 +39,10 @@ std::optional<std::string> ParseJsonText(JSValue& working) {
   return std::nullopt;
 }
 
+// Valid JSON text nested beyond the parser's limit is neither a payload nor
+// plain text: every family, the outcome-only one included, fails it alike.
+bool IsTooDeep(const std::string& parse_error) { return parse_error == kJsonTooDeepError; }
+
 struct SdkStatus {
   int32_t code;
   std::string message;
@@ -78,6 +82,7 @@ MvResult<T> ConvertToMvResult(const JSValue& jsValue) {
 
     if (auto parse_error = ParseJsonText(working)) {
       CoreLogLine("[ConvertToMvResult] ⚠️ JSON parse error: " + *parse_error);
+      if (IsTooDeep(*parse_error)) return MvResult<T>::Failure(-1, kJsonTooDeepError);
     }
 
     if (working.IsObject()) {
@@ -153,7 +158,9 @@ template <>
 MvResult<void> ConvertToMvResult<void>(const JSValue& jsValue) {
   try {
     JSValue working = jsValue;
-    ParseJsonText(working);
+    if (auto parse_error = ParseJsonText(working)) {
+      if (IsTooDeep(*parse_error)) return MvResult<void>::Failure(-1, kJsonTooDeepError);
+    }
 
     if (working.IsObject()) {
       const JSValue* result = working.Find("result");

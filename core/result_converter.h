@@ -11,6 +11,8 @@
 //   "Invalid data format for conversion"
 //   "JSDataConversion: <reason>"          (a required field, a wrong kind, ...)
 //   "Conversion error: <what()>"          (any other std::exception)
+//   kJsonTooDeepError                     (JSON text nested more than 513
+//                                          levels deep, in every family)
 // A success always has code 0 and an empty message, whatever text the SDK sent.
 //
 // The function is pure apart from log lines on standard output (the void form
@@ -30,8 +32,9 @@ template <typename T>
 MvResult<T> ConvertToMvResult(const JSValue& jsValue);
 
 // Operations without a payload: a failure only through a numeric, non-zero
-// code (nested under `result` or at the top level); anything else, undefined,
-// null, an array or unparsable text included, is a success.
+// code (nested under `result` or at the top level), or JSON text nested too
+// deep to read; anything else, undefined, null, an array or unparsable text
+// included, is a success.
 template <>
 MvResult<void> ConvertToMvResult<void>(const JSValue& jsValue);
 

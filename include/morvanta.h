@@ -39,6 +39,52 @@
  *
  * Logging. The library writes diagnostic lines to standard output and
  * standard error; there is no log file.
+ *
+ * Inside a callback or a listener
+ * -------------------------------
+ * Callbacks and listener functions run on the worker, the one thread that
+ * runs the SDK, so while one runs nothing else of the library moves on.
+ *   May:     copy what it needs, call asynchronous functions of this library
+ *            (their outcome arrives later, in another callback), release
+ *            payloads, and end the process with exit() (the exit handling
+ *            below then runs on the worker and does not wait for it).
+ *   May not: block waiting for another call's outcome, call the synchronous
+ *            queries (Morvanta_Meeting_GetMeetingInfo,
+ *            Morvanta_WaitingRoom_GetInfo, Morvanta_Member_GetMemberList),
+ *            call the lifecycle functions, add or remove a listener of the
+ *            channel that is calling it, or keep a pointer it was lent after
+ *            returning.
+ *
+ * Ending the process
+ * ------------------
+ * At exit (return from main, exit() from any thread, callbacks included,
+ * SIGINT or SIGHUP) the library waits up to 5 s for its runtime to stop: a
+ * call waiting on the SDK is given up at once (its callback is not called),
+ * and SDK JavaScript that is still running when the 5 s are over is
+ * terminated. The process then ends as it would without the library (with
+ * the host's exit status, or by the signal), within about 6 s at most.
+ *
+ * A misbehaving SDK
+ * -----------------
+ * The SDK cannot end the host process: process.exit() and
+ * process.reallyExit() inside the SDK, from a method, a timer or an event
+ * handler, are caught. The library logs an error line, answers the call in
+ * flight (if any) with -1 and the message "The SDK tried to exit the process
+ * with code <code>", and answers every later call with -1 and "Bridge not
+ * initialized", as an unavailable library does. Morvanta_Uninitialize then
+ * works as usual, and Morvanta_Initialize starts a fresh runtime and loads
+ * the SDK again.
+ * A rejection whose reason cannot be described (its message getter throws,
+ * it has no text form) is answered at once with -1 and "Promise rejected: "
+ * plus {"success":false,"error":"Rejected with a reason that cannot be shown
+ * as text"}.
+ * Text. Every string the library hands to the host is valid UTF-8: what
+ * UTF-8 cannot carry (a lone UTF-16 surrogate) arrives as U+FFFD. Bytes of a
+ * host string that are not well-formed UTF-8 reach the SDK as U+FFFD, one
+ * per byte, and never change the rest of the call.
+ * JSON text answers nested more than 513 levels deep fail with -1 and "The
+ * document is nested more than 513 levels deep.", whatever the call's
+ * payload type.
  */
 #ifndef MORVANTA_H
 #define MORVANTA_H

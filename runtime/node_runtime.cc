@@ -3,6 +3,7 @@
 #include <node.h>
 #include <uv.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -58,7 +59,14 @@ struct ProcessState {
   std::atomic<int32_t> instance_count{0};
   std::shared_ptr<node::InitializationResult> init_result;
   std::unique_ptr<node::MultiIsolatePlatform> platform;
+  // Isolates of the live environments, under `mutex`.
+  std::vector<v8::Isolate*> isolates;
 };
+
+// The isolate whose JavaScript this thread runs (a bridge worker), if any. A
+// host that calls exit() from a callback runs the exit handler on that very
+// thread, which then cannot take its own instance down.
+thread_local v8::Isolate* t_owned_isolate = nullptr;
 
 ProcessState& State() {
   static auto* state = new ProcessState;
@@ -99,6 +107,38 @@ void DisposeV8() {
   log::Info("[NodeRuntime] ✅ V8 platform ownership released (OS will cleanup)");
 }
 
+// Polls until at most `left` instances remain or `limit` has passed; true
+// when the count was reached.
+bool WaitForInstances(int32_t left, std::chrono::milliseconds limit) {
+  ProcessState& s = State();
+  const auto start = std::chrono::steady_clock::now();
+  while (s.instance_count.load() > left) {
+    if (std::chrono::steady_clock::now() - start > limit) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return true;
+}
+
+// An instance still alive when the exit wait is over runs JavaScript that
+// never yields (a promise wait notices the exit by itself and ends). That
+// JavaScript is terminated, which V8 allows from any thread, and its worker
+// gets a short moment to take the environment down before global cleanup.
+void StopRunningJavaScript(int32_t left) {
+  ProcessState& s = State();
+  size_t stopped = 0;
+  {
+    std::lock_guard<std::mutex> lock(s.mutex);
+    for (v8::Isolate* isolate : s.isolates) {
+      if (isolate == t_owned_isolate) continue;
+      isolate->TerminateExecution();
+      ++stopped;
+    }
+  }
+  if (stopped == 0) return;
+  log::Info("[NodeRuntime] ⚠️ Terminating JavaScript still running in ", stopped, " instance(s)");
+  WaitForInstances(left, std::chrono::milliseconds(600));
+}
+
 // Global cleanup at process exit. Runs once, from atexit or from the signal
 // thread, whichever comes first.
 void ProcessExitHandler() {
@@ -108,16 +148,16 @@ void ProcessExitHandler() {
   log::Info("[NodeRuntime] Process exit detected, performing global cleanup...");
   s.process_exiting = true;
 
-  int32_t remaining = s.instance_count.load();
+  // exit() called on a worker (from a callback): that worker's own instance
+  // cannot end while this runs, so it is not waited for.
+  const int32_t own = t_owned_isolate ? 1 : 0;
+  if (own) log::Info("[NodeRuntime] Exit called on a JavaScript worker thread; its own instance is left to the operating system");
+  int32_t remaining = s.instance_count.load() - own;
   if (remaining > 0) {
     log::Info("[NodeRuntime] Waiting for ", remaining, " instances to cleanup...");
-    auto start = std::chrono::steady_clock::now();
-    while (s.instance_count.load() > 0) {
-      if (std::chrono::steady_clock::now() - start > std::chrono::seconds(5)) {
-        log::Info("[NodeRuntime] Timeout waiting for instances cleanup, forcing exit");
-        break;
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (!WaitForInstances(own, std::chrono::seconds(5))) {
+      log::Info("[NodeRuntime] Timeout waiting for instances cleanup, forcing exit");
+      StopRunningJavaScript(own);
     }
   }
   log::Info("[NodeRuntime] All instances cleaned up, proceeding with global cleanup...");
@@ -184,7 +224,11 @@ int32_t NodeRuntime::InstanceCount() { return State().instance_count.load(); }
 
 NodeRuntime::NodeRuntime() = default;
 
-NodeRuntime::~NodeRuntime() { Cleanup(); }
+NodeRuntime::~NodeRuntime() {
+  Cleanup();
+  // A failed Initialize leaves the setup to be destroyed with this object.
+  UnregisterIsolate();
+}
 
 v8::Isolate* NodeRuntime::GetIsolate() const { return setup_ ? setup_->isolate() : nullptr; }
 uv_loop_s* NodeRuntime::GetEventLoop() const { return setup_ ? setup_->event_loop() : nullptr; }
@@ -214,6 +258,11 @@ bool NodeRuntime::Initialize(const std::vector<std::string>& args) {
     if (!InitializeProcess(process_args)) return false;
     AcquirePlatform();
     if (!CreateEnvironmentSetup(process_args)) return false;
+    RegisterIsolate();
+    // The SDK must never end the host process: process.exit() and its kin
+    // reach this handler instead of Node's default, which would exit.
+    node::SetProcessExitHandler(setup_->env(),
+                                [this](node::Environment* env, int code) { OnSdkExit(env, code); });
 
     thread_manager_ = std::make_shared<V8ThreadManager>();
     v8::Isolate* isolate = setup_->isolate();
@@ -323,12 +372,44 @@ bool NodeRuntime::LoadEnvironmentScript() {
   return loaded;
 }
 
+void NodeRuntime::OnSdkExit(node::Environment* env, int code) {
+  if (!sdk_exit_requested_.load()) {
+    sdk_exit_code_ = code;
+    sdk_exit_requested_ = true;
+    log::Error("[NodeRuntime] ❌ The SDK tried to exit the process with code ", code,
+               "; the process goes on and this instance's JavaScript is stopped");
+  }
+  // Terminates the JavaScript that called exit and keeps the environment
+  // from calling into JavaScript again.
+  node::Stop(env);
+}
+
+void NodeRuntime::RegisterIsolate() {
+  ProcessState& s = State();
+  std::lock_guard<std::mutex> lock(s.mutex);
+  if (registered_ || !setup_ || !setup_->isolate()) return;
+  s.isolates.push_back(setup_->isolate());
+  registered_ = true;
+}
+
+void NodeRuntime::UnregisterIsolate() {
+  ProcessState& s = State();
+  std::lock_guard<std::mutex> lock(s.mutex);
+  if (!registered_) return;
+  v8::Isolate* isolate = setup_ ? setup_->isolate() : nullptr;
+  s.isolates.erase(std::remove(s.isolates.begin(), s.isolates.end(), isolate), s.isolates.end());
+  if (t_owned_isolate == isolate) t_owned_isolate = nullptr;
+  registered_ = false;
+}
+
 bool NodeRuntime::TransferOwnership(std::thread::id thread_id) {
   if (!thread_manager_) {
     log::Error("[NodeRuntime] V8ThreadManager not initialized");
     return false;
   }
-  return thread_manager_->TransferOwnership(thread_id);
+  if (!thread_manager_->TransferOwnership(thread_id)) return false;
+  if (thread_id == std::this_thread::get_id()) t_owned_isolate = GetIsolate();
+  return true;
 }
 
 void NodeRuntime::DriveEventLoop() {
@@ -375,6 +456,7 @@ void NodeRuntime::Cleanup() {
       }
     }
     log::Info("[NodeRuntime] Resetting Node.js environment setup...");
+    UnregisterIsolate();
     setup_.reset();
 
     ProcessState& s = State();

@@ -54,6 +54,14 @@ class NodeRuntime {
   // One turn of microtasks and libuv, used while a promise is awaited.
   void DriveEventLoop();
 
+  // The SDK asked to end the process (process.exit, process.reallyExit, or
+  // Node's own exit on an error its handlers threw). The host process is
+  // never ended for it: the request is logged, the environment is stopped
+  // (JavaScript running at that moment is terminated), and the bridge reads
+  // it here and stops serving. Set once; the first code is kept.
+  bool SdkExitRequested() const { return sdk_exit_requested_.load(); }
+  int SdkExitCode() const { return sdk_exit_code_.load(); }
+
   // Process-wide facts.
   static bool IsProcessExiting();
   static bool IsNodeInitialized();
@@ -64,6 +72,11 @@ class NodeRuntime {
   void AcquirePlatform();
   bool CreateEnvironmentSetup(const std::vector<std::string>& process_args);
   bool LoadEnvironmentScript();
+  void OnSdkExit(node::Environment* env, int code);
+  // Adds the isolate to, or removes it from, the process-wide list that the
+  // exit handler stops JavaScript in when it has waited out its time.
+  void RegisterIsolate();
+  void UnregisterIsolate();
 
   bool initialized_ = false;
   std::string last_error_;
@@ -71,6 +84,9 @@ class NodeRuntime {
   node::MultiIsolatePlatform* platform_ = nullptr;
   std::unique_ptr<node::CommonEnvironmentSetup> setup_;
   std::shared_ptr<V8ThreadManager> thread_manager_;
+  std::atomic<bool> sdk_exit_requested_{false};
+  std::atomic<int> sdk_exit_code_{0};
+  bool registered_ = false;  // guarded by the process-wide mutex
 };
 
 // The script run by LoadEnvironment in every new environment.

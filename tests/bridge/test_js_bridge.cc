@@ -214,6 +214,15 @@ TEST_F(BridgeTest, RejectionsOfEveryShapeAreFailuresWithTheWholeJson) {
       // The success marker inside an error text is escaped, so it stays a rejection.
       {"Promise.reject(new Error('\"success\":true'))",
        "Promise rejected: {\"success\":false,\"error\":\"\\\"success\\\":true\"}"},
+
+      // Reasons that cannot be described are answered at once with a fixed text.
+      {"Promise.reject({get message() { throw new Error('no'); }})",
+       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
+      {"Promise.reject(Object.create(null))",
+       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
+      {"Promise.reject({message: {toString() { throw 1; }}})",
+       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
+      {"Promise.reject({message: 42})", "Promise rejected: {\"success\":false,\"error\":\"42\"}"},
   };
   for (const Row& row : rows) {
     JSResult<JSValue> r = RunScript(bridge, row.code);
@@ -293,6 +302,56 @@ TEST(BridgeLifecycle, InitializeTwiceIsRefusedAndShutdownStopsAnswers) {
   ASSERT_FALSE(r.success);
   EXPECT_EQ(r.error->code, -3);
   bridge.Shutdown();  // a second shutdown is a no-op
+}
+
+TEST_F(BridgeTest, StringsReachTheHostAsValidUtf8) {
+  struct Row {
+    const char* code;
+    std::string bytes;
+  };
+  const Row rows[] = {
+      {"'a\\uD800b'", "a\xEF\xBF\xBD" "b"},
+      {"'\\uDC00'", "\xEF\xBF\xBD"},
+      {"'\\uD83D\\uDE00'", "\xF0\x9F\x98\x80"},  // a pair stays one character
+  };
+  for (const Row& row : rows) {
+    JSResult<JSValue> r = RunScript(bridge, row.code);
+    ASSERT_TRUE(r.success && r.value) << row.code;
+    EXPECT_EQ(r.value->string_value, row.bytes) << row.code;
+  }
+  // Inside a converted object and in a rejection's text (JSON.stringify
+  // escapes a lone surrogate, so the text is plain ASCII there).
+  JSResult<JSValue> object = RunScript(bridge, "Promise.resolve({k: 'x\\uDBFF'})");
+  ASSERT_TRUE(object.success && object.value);
+  EXPECT_EQ(object.value->object_value["k"].string_value, "x\xEF\xBF\xBD");
+  JSResult<JSValue> rejected = RunScript(bridge, "Promise.reject(new Error('e\\uD800'))");
+  EXPECT_EQ(ErrorText(rejected), "Promise rejected: {\"success\":false,\"error\":\"e\\ud800\"}");
+}
+
+TEST(BridgeLifecycle, AnSdkExitStopsTheBridgeButNotTheProcess) {
+  JSBridge bridge;
+  ASSERT_TRUE(bridge.Initialize(JSBridgeConfig{}));
+  auto in_flight = Submit(bridge, "process.exit(7); 'never'");
+  auto queued = Submit(bridge, "'queued behind it'");
+  ASSERT_TRUE(in_flight->Wait(std::chrono::seconds(10)));
+  ASSERT_TRUE(queued->Wait(std::chrono::seconds(10)));
+  EXPECT_FALSE(in_flight->result.success);
+  EXPECT_EQ(ErrorText(in_flight->result), "The SDK tried to exit the process with code 7");
+  // Queued work and later calls: an unavailable bridge, each answered once.
+  EXPECT_EQ(ErrorText(queued->result), "Bridge not initialized");
+  EXPECT_FALSE(bridge.IsInitialized());
+  JSResult<JSValue> later = RunScript(bridge, "1");
+  EXPECT_EQ(later.error->code, -3);
+  bridge.Shutdown();
+  EXPECT_EQ(in_flight->Calls(), 1);
+  EXPECT_EQ(queued->Calls(), 1);
+  // A new bridge in the same process works.
+  JSBridge next;
+  ASSERT_TRUE(next.Initialize(JSBridgeConfig{}));
+  JSResult<JSValue> r = RunScript(next, "6 * 7");
+  ASSERT_TRUE(r.success && r.value);
+  EXPECT_EQ(r.value->number_value, 42);
+  next.Shutdown();
 }
 
 TEST(BridgeLifecycle, InvalidConfigurationIsRefusedBeforeAnythingStarts) {

@@ -112,6 +112,34 @@ TEST(ScriptWriter, StringEscapesOnlyTheListedCharacters) {
   for (const Row& row : rows) EXPECT_EQ(ToJavaScriptSource(Str(row.text)), row.source) << row.what;
 }
 
+TEST(ScriptWriter, BytesThatAreNotUtf8BecomeOneReplacementCharacterEach) {
+  const std::string kFffd = "\xEF\xBF\xBD";
+  struct Row {
+    const char* what;
+    std::string text;
+    std::string inside;  // the source between the quotes
+  };
+  const Row rows[] = {
+      {"stray continuation byte", "a\x80" "b", "a" + kFffd + "b"},
+      {"lead byte without its continuation", "a\xC3" "b", "a" + kFffd + "b"},
+      {"overlong quote cannot end the string", "a\xC0\xA2" "b", "a" + kFffd + kFffd + "b"},
+      {"overlong three-byte form", "\xE0\x80\xAF", kFffd + kFffd + kFffd},
+      {"encoded surrogate", "\xED\xA0\x80", kFffd + kFffd + kFffd},
+      {"above U+10FFFF", "\xF4\x90\x80\x80", kFffd + kFffd + kFffd + kFffd},
+      {"byte that never occurs", "\xFF", kFffd},
+      {"cut off at the end", "x\xE2\x82", "x" + kFffd + kFffd},
+      // Well-formed sequences of every length, at their edges, pass unchanged.
+      {"edges of the well-formed",
+       "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF",
+       "\xC2\x80\xDF\xBF\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(ToJavaScriptSource(Str(row.text)), "\"" + row.inside + "\"") << row.what;
+  }
+  // Keys of an object are written the same way.
+  EXPECT_EQ(ToJavaScriptSource(Obj({{"k\xFF", Num(1)}})), "{\"k" + kFffd + "\": 1.000000}");
+}
+
 TEST(ScriptWriter, CallScriptJoinsArgumentsAfterThePath) {
   static const uint8_t kBytes[] = {1, 2};
   struct Row {

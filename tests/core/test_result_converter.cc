@@ -239,3 +239,29 @@ TEST(ResultConverterTest, StartLineNamesTypeAndKind) {
 }
 
 }  // namespace
+
+// JSON text nested beyond the parser's limit fails the same way in every
+// family, the outcome-only one included; at the limit it is read as usual.
+template <typename T>
+void ExpectDepthBehaviour(const char* family) {
+  SCOPED_TRACE(family);
+  for (const std::string& deep : {std::string(514, '[') + std::string(514, ']'),
+                                  "  " + std::string(100000, '[') + std::string(100000, ']')}) {
+    MvResult<T> r = ConvertToMvResult<T>(Text(deep));
+    EXPECT_EQ(r.code, -1);
+    EXPECT_EQ(r.message, morvanta::kJsonTooDeepError);
+  }
+  MvResult<T> at_limit = ConvertToMvResult<T>(Text(std::string(513, '[') + std::string(513, ']')));
+  EXPECT_NE(at_limit.message, morvanta::kJsonTooDeepError);
+}
+
+TEST(ResultConverterTest, JsonTextNestedTooDeepFailsAlikeInEveryFamily) {
+  EXPECT_STREQ(morvanta::kJsonTooDeepError, "The document is nested more than 513 levels deep.");
+  ExpectDepthBehaviour<void>("void");
+  ExpectDepthBehaviour<int>("int");
+  ExpectDepthBehaviour<std::string>("string");
+  ExpectDepthBehaviour<MvMeetingInfo>("record");
+  ExpectDepthBehaviour<std::vector<MvMember>>("list");
+  // The void family reads a document at the limit as a success, as before.
+  EXPECT_EQ(ConvertToMvResult<void>(Text(std::string(513, '[') + std::string(513, ']'))).code, 0);
+}

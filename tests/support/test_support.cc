@@ -46,6 +46,7 @@ ProcessResult RunProcess(const std::vector<std::string>& args, std::chrono::mill
   }
   close(fds[1]);
   bool signalled = signal_after_text.empty();
+  std::chrono::steady_clock::time_point marked{};
   for (;;) {
     auto elapsed = std::chrono::steady_clock::now() - start;
     if (elapsed > limit) {
@@ -61,7 +62,8 @@ ProcessResult RunProcess(const std::vector<std::string>& args, std::chrono::mill
       result.output.append(buf, static_cast<size_t>(n));
       if (!signalled && result.output.find(signal_after_text) != std::string::npos) {
         signalled = true;
-        kill(pid, signal_to_send);
+        marked = std::chrono::steady_clock::now();
+        if (signal_to_send != 0) kill(pid, signal_to_send);
       }
     }
   }
@@ -72,7 +74,10 @@ ProcessResult RunProcess(const std::vector<std::string>& args, std::chrono::mill
   close(fds[0]);
   int status = 0;
   waitpid(pid, &status, 0);
-  result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  const auto end = std::chrono::steady_clock::now();
+  result.seconds = std::chrono::duration<double>(end - start).count();
+  if (!signal_after_text.empty() && signalled)
+    result.seconds_after_text = std::chrono::duration<double>(end - marked).count();
   if (WIFEXITED(status)) {
     result.exited = true;
     result.exit_code = WEXITSTATUS(status);

@@ -25,10 +25,14 @@ struct ProcessResult {
   bool timed_out = false;
   std::string output;    // standard output and error, interleaved
   double seconds = 0;
+  // Seconds from the first sight of `signal_after_text` to the end; -1 if
+  // it never appeared.
+  double seconds_after_text = -1;
 };
 
 // Runs `args` (args[0] a path) with its output captured; kills it after
-// `limit`. `on_line` may act on the child (by pid) as lines arrive.
+// `limit`. When `signal_after_text` appears in the output, `signal_to_send`
+// is sent to the child (0 sends nothing: the text then only marks a time).
 ProcessResult RunProcess(const std::vector<std::string>& args, std::chrono::milliseconds limit,
                          const std::string& signal_after_text = "", int signal_to_send = 0);
 
