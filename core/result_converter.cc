@@ -71,17 +71,16 @@ template <typename T>
 MvResult<T> ConvertToMvResult(const JSValue& jsValue) {
   using Converter = JSDataConverter<T>;
   try {
-    CoreLogLine("[ConvertToMvResult] 🔍 Starting conversion for type " +
-                ConverterTypeName<T>::Get() + ", input kind " +
-                std::to_string(js_fields::KindNumber(jsValue)));
+    CoreLogLine("[ConvertToMvResult] 🔍 Starting conversion for type ", ConverterTypeName<T>::Get(),
+                ", input kind ", js_fields::KindNumber(jsValue));
     JSValue working = jsValue;
 
     if (auto parse_error = ParseJsonText(working)) {
-      CoreLogLine("[ConvertToMvResult] ⚠️ JSON parse error: " + *parse_error);
+      CoreLogLine("[ConvertToMvResult] ⚠️ JSON parse error: ", *parse_error);
     }
 
     if (working.IsObject()) {
-      CoreLogLine("[ConvertToMvResult] 🔍 Object keys: " + KeyList(working));
+      if (CoreLogWanted()) CoreLogLine("[ConvertToMvResult] 🔍 Object keys: ", KeyList(working));
 
       // { result: { code, message, data } }
       const JSValue* result = working.Find("result");
@@ -138,10 +137,10 @@ MvResult<T> ConvertToMvResult(const JSValue& jsValue) {
     }
     return MvResult<T>::Success(Converter::Convert(working));
   } catch (const JSDataConversionException& e) {
-    CoreLogLine(std::string("[ConvertToMvResult] ❌ JSDataConversionException: ") + e.what());
+    CoreLogLine("[ConvertToMvResult] ❌ JSDataConversionException: ", e.what());
     return MvResult<T>::Failure(-1, e.what());
   } catch (const std::exception& e) {
-    CoreLogLine(std::string("[ConvertToMvResult] ❌ Exception: ") + e.what());
+    CoreLogLine("[ConvertToMvResult] ❌ Exception: ", e.what());
     return MvResult<T>::Failure(-1, std::string("Conversion error: ") + e.what());
   }
 }
