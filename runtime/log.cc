@@ -115,6 +115,10 @@ void SetLevel(int32_t level) {
 
 int32_t CurrentLevel() { return detail::Threshold(); }
 
+bool Routed() {
+  return detail::g_has_handler.load(std::memory_order_relaxed) || detail::Threshold() > kInfo;
+}
+
 int32_t ParseLevelName(const char* name) {
   if (!name) return -1;
   static const char* const kNames[] = {"debug", "info", "warning", "error", "off"};

@@ -49,6 +49,9 @@ void SetLevel(int32_t level);
 // The threshold in force (from SetLevel, else MORVANTA_LOG_LEVEL, else debug:
 // nothing filtered, debug lines governed by the configuration's debug flag).
 int32_t CurrentLevel();
+// Whether lines are taken over by a handler or filtered above info: the
+// JavaScript console then writes through this log too.
+bool Routed();
 // "debug", "info", "warning", "error", "off" (any case) -> level; else -1.
 int32_t ParseLevelName(const char* name);
 

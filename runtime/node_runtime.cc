@@ -12,6 +12,7 @@
 #include "runtime/dependency_resolver.h"
 #include "runtime/exit_signals.h"
 #include "runtime/host_paths.h"
+#include "runtime/console_route.h"
 #include "runtime/log.h"
 #include "runtime/v8_scope.h"
 #include "runtime/v8_thread_manager.h"
@@ -316,6 +317,7 @@ bool NodeRuntime::LoadEnvironmentScript() {
     DirectV8Scope scope(isolate);
     scope.EnterContext(setup_->context());
     log::Info("[NodeRuntime] Initializing Node.js environment...");
+    InstallConsoleRoute(isolate, setup_->context());
     v8::MaybeLocal<v8::Value> result = node::LoadEnvironment(setup_->env(), kEnvironmentSetupScript);
     loaded = !result.IsEmpty();
   }
