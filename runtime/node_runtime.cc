@@ -9,10 +9,10 @@
 #include <mutex>
 #include <sys/stat.h>
 
+#include "runtime/console_route.h"
 #include "runtime/dependency_resolver.h"
 #include "runtime/exit_signals.h"
 #include "runtime/host_paths.h"
-#include "runtime/console_route.h"
 #include "runtime/log.h"
 #include "runtime/v8_scope.h"
 #include "runtime/v8_thread_manager.h"
