@@ -1,13 +1,15 @@
 # Two commands do everything on a fresh machine:
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
-# Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks).
+# Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
+#        make install (PREFIX=/usr/local by default; DESTDIR honoured).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
+PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench clean
+.PHONY: setup configure build demo test asan-test bench install clean
 
 setup:
 	@bash scripts/setup.sh
@@ -36,6 +38,9 @@ asan-test: setup $(ASAN_BUILD)/build.ninja
 
 bench: build
 	@bash scripts/run-bench.sh $(BUILD)
+
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -45,13 +45,13 @@ struct DelayedCallback {
 
 void JSBridgeImpl::InvokeCallback(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result) {
   if (!task) {
-    if (debug()) log::Info("[JSBridge] InvokeCallback called with null task");
+    if (debug()) log::Debug("[JSBridge] InvokeCallback called with null task");
     return;
   }
   if (task->callback_invoked.exchange(true)) {
     if (debug()) {
-      log::Info("[JSBridge] DUPLICATE CALLBACK PREVENTED for task ", task->id);
-      log::Info("[JSBridge] This task has already been completed, ignoring duplicate callback");
+      log::Debug("[JSBridge] DUPLICATE CALLBACK PREVENTED for task ", task->id);
+      log::Debug("[JSBridge] This task has already been completed, ignoring duplicate callback");
     }
     return;
   }
@@ -70,9 +70,9 @@ void JSBridgeImpl::InvokeCallback(const std::shared_ptr<Task>& task, const JSRes
   } catch (const std::exception& e) {
     log::Error("[JSBridge] Callback exception for task ", task->id, ": ", e.what());
     if (debug()) {
-      log::Error("[JSBridge] Task type: ", static_cast<int32_t>(task->type));
-      log::Error("[JSBridge] Result success: ", result.success);
-      if (result.error) log::Error("[JSBridge] Result error: ", result.error->message);
+      log::DebugError("[JSBridge] Task type: ", static_cast<int32_t>(task->type));
+      log::DebugError("[JSBridge] Result success: ", result.success);
+      if (result.error) log::DebugError("[JSBridge] Result error: ", result.error->message);
     }
   } catch (...) {
     log::Error("[JSBridge] Unknown callback exception for task ", task->id);
@@ -170,7 +170,7 @@ void JSBridgeImpl::InvokeCallbackSync(const std::shared_ptr<Task>& task, const J
   }
   auto micros = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count();
   if (micros > 1000 && debug())
-    log::Info("[JSBridge] Callback for task ", task->id, " took ", micros, "μs");
+    log::Debug("[JSBridge] Callback for task ", task->id, " took ", micros, "μs");
 }
 
 }  // namespace jsbridge

@@ -119,10 +119,10 @@ void JSBridgeImpl::SubmitTask(std::shared_ptr<Task> task) {
     task_queue_->Push(std::move(task));
   } catch (const std::exception& e) {
     if (debug())
-      log::Error("[JSBridge] SubmitTask: Failed to push task (object may be destroying): ", e.what());
+      log::DebugError("[JSBridge] SubmitTask: Failed to push task (object may be destroying): ", e.what());
     return;
   } catch (...) {
-    if (debug()) log::Error("[JSBridge] SubmitTask: Unknown exception in Push");
+    if (debug()) log::DebugError("[JSBridge] SubmitTask: Unknown exception in Push");
     return;
   }
   // The SDK exited between the caller's check and the push: the worker may
@@ -133,7 +133,7 @@ void JSBridgeImpl::SubmitTask(std::shared_ptr<Task> task) {
   }
   std::lock_guard<std::mutex> lock(loop_mutex_);
   if (event_loop_ && uv_async_send(&async_handle_) != 0 && debug())
-    log::Error("[JSBridge] SubmitTask: Failed to wake up worker thread");
+    log::DebugError("[JSBridge] SubmitTask: Failed to wake up worker thread");
 }
 
 bool JSBridgeImpl::NoticeSdkExit() {
@@ -192,8 +192,8 @@ void JSBridgeImpl::WorkerThread() {
       }
     }
     if (debug()) {
-      log::Info("[JSBridge] Helper objects creation temporarily disabled for debugging");
-      log::Info("[JSBridge] Entering main event loop...");
+      log::Debug("[JSBridge] Helper objects creation temporarily disabled for debugging");
+      log::Debug("[JSBridge] Entering main event loop...");
     }
     // The loop also ends when the process is exiting: the exit handler then
     // waits for this runtime, and the worker, as the isolate's owner, is the
@@ -239,9 +239,9 @@ void JSBridgeImpl::WorkerThread() {
   } catch (const std::exception& e) {
     log::Error("[JSBridge] Worker thread exception: ", e.what());
     if (debug()) {
-      log::Error("[JSBridge] Exception occurred at iteration ", 0);
-      log::Error("[JSBridge] Isolate available: ", isolate_ ? "yes" : "no");
-      log::Error("[JSBridge] Event loop available: ", event_loop_ ? "yes" : "no");
+      log::DebugError("[JSBridge] Exception occurred at iteration ", 0);
+      log::DebugError("[JSBridge] Isolate available: ", isolate_ ? "yes" : "no");
+      log::DebugError("[JSBridge] Event loop available: ", event_loop_ ? "yes" : "no");
     }
   }
   FinishWorker();
@@ -282,7 +282,7 @@ void JSBridgeImpl::TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_pro
 
 void JSBridgeImpl::CheckPendingPromises() {
   if (debug())
-    log::Info("[JSBridge] Checking ", promise_tracker_->GetPendingCount(), " pending promises");
+    log::Debug("[JSBridge] Checking ", promise_tracker_->GetPendingCount(), " pending promises");
   promise_tracker_->CheckPendingPromises(
       [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& result) {
         InvokeCallback(task, result);
@@ -291,7 +291,7 @@ void JSBridgeImpl::CheckPendingPromises() {
 
 void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
   std::vector<std::shared_ptr<Task>> tasks = task_queue_->PopAll();
-  if (debug() && !tasks.empty()) log::Info("[JSBridge] Processing ", tasks.size(), " pending tasks");
+  if (debug() && !tasks.empty()) log::Debug("[JSBridge] Processing ", tasks.size(), " pending tasks");
   for (const auto& task : tasks) {
     if (!task) continue;
     // Behind a task during which the SDK exited: an unavailable bridge.

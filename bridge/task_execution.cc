@@ -77,12 +77,12 @@ void JSBridgeImpl::ProcessSingleTask(const std::shared_ptr<Task>& task, v8::Loca
     if (result.success && result.value && result.value->type == JSValueType::String &&
         result.value->string_value == kPromiseSentinel) {
       if (debug())
-        log::Info("[JSBridge] Promise handled asynchronously, skipping duplicate callback for task ", task->id);
+        log::Debug("[JSBridge] Promise handled asynchronously, skipping duplicate callback for task ", task->id);
       return;
     }
     InvokeCallback(task, result);
   } catch (const std::exception& e) {
-    if (debug()) log::Error("[JSBridge] Task processing exception: ", e.what());
+    if (debug()) log::DebugError("[JSBridge] Task processing exception: ", e.what());
     InvokeCallback(task, Fail(std::string("Task processing exception: ") + e.what()));
   }
 }
@@ -97,7 +97,7 @@ JSResult<JSValue> JSBridgeImpl::ExecuteCodeTask(const std::shared_ptr<Task>& tas
                                                 v8::Local<v8::Context> context) {
   if (task->code.empty()) return Fail("Empty code string");
   if (debug()) {
-    log::Info("[JSBridge] Executing code: ", task->code.substr(0, 100),
+    log::Debug("[JSBridge] Executing code: ", task->code.substr(0, 100),
               task->code.size() > 100 ? "..." : "");
   }
   v8::Isolate* isolate = context->GetIsolate();

@@ -288,7 +288,9 @@ MORVANTA_API int32_t Morvanta_Initialize(const MorvantaInitConfig* config, Morva
 }
 
 MORVANTA_API int32_t Morvanta_Uninitialize(void) {
-  return capi::Guarded<int32_t>("Morvanta_Uninitialize", -999, [] { return capi::Uninitialize(); });
+  const int32_t rc = capi::Guarded<int32_t>("Morvanta_Uninitialize", -999, [] { return capi::Uninitialize(); });
+  log::FlushAll();  // the buffered log lines of the session reach their file now
+  return rc;
 }
 
 MORVANTA_API int32_t Morvanta_IsInitialized(void) {

@@ -134,8 +134,8 @@ MvAccountInfo RecordConverter<MvAccountInfo>::Convert(const JSValue& value) {
   r.privateShortMeetingNum = in.OptionalNonEmptyString("privateShortMeetingNum");
   r.isInitialPassword = in.OptionalBool("isInitialPassword");
   r.isAnonymous = in.OptionalBool("isAnonymous");
-  CoreLogLine("[JSDataConverter] Converted MvAccountInfo: userUuid=" + r.userUuid +
-              ", nickname=" + r.nickname);
+  CoreLogLine("[JSDataConverter] Converted MvAccountInfo: userUuid=", r.userUuid,
+              ", nickname=", r.nickname);
   return r;
 }
 
@@ -208,9 +208,13 @@ MvMeetingInfo RecordConverter<MvMeetingInfo>::Convert(const JSValue& value) {
   }
   r.noCloudRecord = in.OptionalBool("noCloudRecord");
   r.noChat = in.OptionalBool("noChat");
-  CoreLogLine("[JSDataConverter] Converted MvMeetingInfo: meetingNum=" + r.meetingNum +
-              ", subject=" + r.subject + ", scheduledMembers=" +
-              (r.scheduledMembers ? std::to_string(r.scheduledMembers->size()) : "none"));
+  if (r.scheduledMembers) {
+    CoreLogLine("[JSDataConverter] Converted MvMeetingInfo: meetingNum=", r.meetingNum, ", subject=",
+                r.subject, ", scheduledMembers=", r.scheduledMembers->size());
+  } else {
+    CoreLogLine("[JSDataConverter] Converted MvMeetingInfo: meetingNum=", r.meetingNum, ", subject=",
+                r.subject, ", scheduledMembers=none");
+  }
   return r;
 }
 

@@ -151,8 +151,7 @@ struct JSDataConverter<std::vector<Element>> {
     for (const JSValue& element : value.arrayValue) {
       out.push_back(JSDataConverter<Element>::Convert(element));
     }
-    CoreLogLine("[JSDataConverter] Converted " + std::to_string(out.size()) +
-                JSDataConverter<Element>::kListWord);
+    CoreLogLine("[JSDataConverter] Converted ", out.size(), JSDataConverter<Element>::kListWord);
     return out;
   }
 };

@@ -75,18 +75,17 @@ template <typename T>
 MvResult<T> ConvertToMvResult(const JSValue& jsValue) {
   using Converter = JSDataConverter<T>;
   try {
-    CoreLogLine("[ConvertToMvResult] 🔍 Starting conversion for type " +
-                ConverterTypeName<T>::Get() + ", input kind " +
-                std::to_string(js_fields::KindNumber(jsValue)));
+    CoreLogLine("[ConvertToMvResult] 🔍 Starting conversion for type ", ConverterTypeName<T>::Get(),
+                ", input kind ", js_fields::KindNumber(jsValue));
     JSValue working = jsValue;
 
     if (auto parse_error = ParseJsonText(working)) {
-      CoreLogLine("[ConvertToMvResult] ⚠️ JSON parse error: " + *parse_error);
+      CoreLogLine("[ConvertToMvResult] ⚠️ JSON parse error: ", *parse_error);
       if (IsTooDeep(*parse_error)) return MvResult<T>::Failure(-1, kJsonTooDeepError);
     }
 
     if (working.IsObject()) {
-      CoreLogLine("[ConvertToMvResult] 🔍 Object keys: " + KeyList(working));
+      if (CoreLogWanted()) CoreLogLine("[ConvertToMvResult] 🔍 Object keys: ", KeyList(working));
 
       // { result: { code, message, data } }
       const JSValue* result = working.Find("result");
@@ -143,10 +142,10 @@ MvResult<T> ConvertToMvResult(const JSValue& jsValue) {
     }
     return MvResult<T>::Success(Converter::Convert(working));
   } catch (const JSDataConversionException& e) {
-    CoreLogLine(std::string("[ConvertToMvResult] ❌ JSDataConversionException: ") + e.what());
+    CoreLogLine("[ConvertToMvResult] ❌ JSDataConversionException: ", e.what());
     return MvResult<T>::Failure(-1, e.what());
   } catch (const std::exception& e) {
-    CoreLogLine(std::string("[ConvertToMvResult] ❌ Exception: ") + e.what());
+    CoreLogLine("[ConvertToMvResult] ❌ Exception: ", e.what());
     return MvResult<T>::Failure(-1, std::string("Conversion error: ") + e.what());
   }
 }

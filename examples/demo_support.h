@@ -9,8 +9,8 @@
 
 #include "morvanta.h"
 
-/* The terminal. The library's own lines go to standard output, which the
- * demo sends into a log file. */
+/* The terminal (standard output). The library's own lines go through the
+ * demo's log handler into a log file. */
 extern FILE* demo_out;
 
 /* Prints one transcript line: "  <what padded>  <text>". */

@@ -38,7 +38,8 @@
  * integer means "not set", 0 false, a positive value true.
  *
  * Logging. The library writes diagnostic lines to standard output and
- * standard error; there is no log file.
+ * standard error; there is no log file. A host may take the lines over and
+ * quiet them (section "Log routing").
  *
  * Inside a callback or a listener
  * -------------------------------
@@ -148,6 +149,59 @@ MORVANTA_API const char* Morvanta_GetVersion(void);
 /* Does nothing: the SDK handle's lifetime belongs to the library. Kept so
  * that hosts can write symmetrical code. */
 MORVANTA_API void Morvanta_DestroySDKHandle(MorvantaSDK_T* handle);
+
+/* ======================================================================
+ * Log routing
+ *
+ * Every diagnostic line of the library has a level: lines marked with a
+ * cross are errors, lines marked with a warning sign are warnings, the
+ * bridge's verbose lines (written only when the configuration's `debug` is
+ * on) are debug, the rest info. Without a handler a line goes, with its
+ * newline, to standard output or standard error as always; standard output
+ * keeps stdio's buffering and is flushed when the library shuts down.
+ *
+ * The level can also be set by the environment variable MORVANTA_LOG_LEVEL
+ * (debug, info, warning, error or off, read when the first line is logged);
+ * Morvanta_SetLogLevel wins over it. By default nothing is filtered: the
+ * output is the same as without these functions.
+ *
+ * Both functions may be called at any time, from any thread, also before
+ * Morvanta_Initialize and while lines are being logged; the setting holds
+ * for the rest of the process, across re-initialization.
+ * ====================================================================== */
+
+#define MORVANTA_LOG_DEBUG 0
+#define MORVANTA_LOG_INFO 1
+#define MORVANTA_LOG_WARNING 2
+#define MORVANTA_LOG_ERROR 3
+#define MORVANTA_LOG_OFF 4
+
+/* Receives one log line.
+ *   level      in: one of MORVANTA_LOG_DEBUG .. MORVANTA_LOG_ERROR.
+ *   line       in: the line's text, UTF-8, without a newline; valid only
+ *              during the call (copy it to keep it).
+ *   user_data  in: as given to Morvanta_SetLogHandler.
+ * Thread: called on whichever thread logs (the caller's thread inside a
+ * library function, the library's worker thread, its event-channel threads,
+ * the thread running exit handlers), possibly on several threads at once.
+ * It must not call any function of this library, and should return quickly:
+ * the logging thread waits for it. */
+typedef void (*MorvantaLogHandler)(int32_t level, const char* line, void* user_data);
+
+/* Routes every later line to `handler` instead of the standard streams; a
+ * NULL handler restores standard output and standard error. A line being
+ * delivered on another thread while this runs may still reach the previous
+ * handler, so keep `user_data` valid a little past the switch (or for the
+ * life of the process). */
+MORVANTA_API void Morvanta_SetLogHandler(MorvantaLogHandler handler, void* user_data);
+
+/* Drops every later line whose level is below `level` (MORVANTA_LOG_OFF
+ * drops them all). A dropped line is not even formatted. Values outside
+ * MORVANTA_LOG_DEBUG .. MORVANTA_LOG_OFF are ignored. Debug lines still
+ * appear only when the configuration's `debug` is on. */
+MORVANTA_API void Morvanta_SetLogLevel(int32_t level);
+
+/* (end of Log routing) */
 
 /* ======================================================================
  * Global events

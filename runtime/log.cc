@@ -1,30 +1,135 @@
 #include "runtime/log.h"
 
+#include <strings.h>
+
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 
 namespace morvanta {
 namespace log {
 
+namespace detail {
+
+std::atomic<int32_t> g_threshold{-1};
+std::atomic<bool> g_has_handler{false};
+
 namespace {
-std::mutex& LogMutex() {
+
+struct Route {
+  std::mutex m;
+  Handler handler = nullptr;
+  void* user_data = nullptr;
+};
+
+Route& TheRoute() {
   // Never destroyed: threads may still log while static objects go away.
-  static auto* m = new std::mutex;
-  return *m;
+  static auto* route = new Route;
+  return *route;
 }
+
 }  // namespace
 
-void WriteLine(bool to_error_stream, const std::string& line) {
-  FILE* stream = to_error_stream ? stderr : stdout;
-  std::lock_guard<std::mutex> lock(LogMutex());
-  fwrite(line.data(), 1, line.size(), stream);
-  fputc('\n', stream);
+int32_t ResolveThreshold() {
+  int32_t level = ParseLevelName(std::getenv("MORVANTA_LOG_LEVEL"));
+  if (level < 0) level = kDebug;
+  int32_t unset = -1;
+  // An explicit SetLevel made meanwhile wins.
+  if (!g_threshold.compare_exchange_strong(unset, level, std::memory_order_relaxed)) return unset;
+  return level;
+}
+
+void LineBuffer::Grow(size_t need) {
+  size_t capacity = this->capacity() * 2;
+  while (capacity < need) capacity *= 2;
+  if (heap_.empty()) {
+    heap_.resize(capacity);
+    std::memcpy(&heap_[0], inline_, size_);
+  } else {
+    heap_.resize(capacity);
+  }
+}
+
+void AppendFloating(LineBuffer& out, double value) {
+  // A stream's default: %g with six significant digits.
+  char text[32];
+  const int n = std::snprintf(text, sizeof(text), "%g", value);
+  if (n > 0) out.Append(text, static_cast<size_t>(n));
+}
+
+void AppendLongDouble(LineBuffer& out, long double value) {
+  char text[48];
+  const int n = std::snprintf(text, sizeof(text), "%Lg", value);
+  if (n > 0) out.Append(text, static_cast<size_t>(n));
+}
+
+void AppendPointer(LineBuffer& out, const void* value) {
+  // A stream prints a null pointer as 0 and others as 0x and lowercase hex.
+  if (!value) {
+    out.Append('0');
+    return;
+  }
+  char text[2 + 2 * sizeof(void*)];
+  text[0] = '0';
+  text[1] = 'x';
+  auto end = std::to_chars(text + 2, text + sizeof(text), reinterpret_cast<uintptr_t>(value), 16).ptr;
+  out.Append(text, static_cast<size_t>(end - text));
+}
+
+void Emit(int32_t level, bool to_error_stream, LineBuffer& line) {
+  char* text = line.data();
+  const size_t n = line.size();  // the buffer always has two spare bytes
+  if (g_has_handler.load(std::memory_order_acquire)) {
+    Route& route = TheRoute();
+    Handler handler;
+    void* user_data;
+    {
+      std::lock_guard<std::mutex> lock(route.m);
+      handler = route.handler;
+      user_data = route.user_data;
+    }
+    if (handler) {
+      text[n] = '\0';
+      handler(level, text, user_data);
+      return;
+    }
+  }
+  text[n] = '\n';
+  std::fwrite(text, 1, n + 1, to_error_stream ? stderr : stdout);
+}
+
+}  // namespace detail
+
+void SetHandler(Handler handler, void* user_data) {
+  detail::Route& route = detail::TheRoute();
+  std::lock_guard<std::mutex> lock(route.m);
+  route.handler = handler;
+  route.user_data = user_data;
+  detail::g_has_handler.store(handler != nullptr, std::memory_order_release);
+}
+
+void SetLevel(int32_t level) {
+  if (level < kDebug || level > kOff) return;
+  detail::g_threshold.store(level, std::memory_order_relaxed);
+}
+
+int32_t CurrentLevel() { return detail::Threshold(); }
+
+bool Routed() {
+  return detail::g_has_handler.load(std::memory_order_relaxed) || detail::Threshold() > kInfo;
+}
+
+int32_t ParseLevelName(const char* name) {
+  if (!name) return -1;
+  static const char* const kNames[] = {"debug", "info", "warning", "error", "off"};
+  for (int32_t level = kDebug; level <= kOff; ++level)
+    if (strcasecmp(name, kNames[level]) == 0) return level;
+  return -1;
 }
 
 void FlushAll() {
-  std::lock_guard<std::mutex> lock(LogMutex());
-  fflush(stdout);
-  fflush(stderr);
+  std::fflush(stdout);
+  std::fflush(stderr);
 }
 
 }  // namespace log

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <sys/stat.h>
 
+#include "runtime/console_route.h"
 #include "runtime/dependency_resolver.h"
 #include "runtime/exit_signals.h"
 #include "runtime/host_paths.h"
@@ -365,6 +366,7 @@ bool NodeRuntime::LoadEnvironmentScript() {
     DirectV8Scope scope(isolate);
     scope.EnterContext(setup_->context());
     log::Info("[NodeRuntime] Initializing Node.js environment...");
+    InstallConsoleRoute(isolate, setup_->context());
     v8::MaybeLocal<v8::Value> result = node::LoadEnvironment(setup_->env(), kEnvironmentSetupScript);
     loaded = !result.IsEmpty();
   }

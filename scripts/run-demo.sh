@@ -3,4 +3,4 @@
 set -euo pipefail
 build="$(cd "${1:-build}" && pwd)"
 cd "$build/bin"
-./morvanta_demo
+./morvanta-demo

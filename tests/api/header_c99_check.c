@@ -4,6 +4,8 @@
 int morvanta_header_check(void) {
   MorvantaInitConfig config = {0};
   MorvantaCallback plain = 0;
+  MorvantaLogHandler log_handler = 0;
   (void)plain;
-  return config.debug + (int)sizeof(MorvantaAccountInfo);
+  (void)log_handler;
+  return config.debug + (int)sizeof(MorvantaAccountInfo) + MORVANTA_LOG_OFF;
 }

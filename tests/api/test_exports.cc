@@ -21,7 +21,8 @@ TEST(Exports, PlainNamesResolveExceptTheTwoWithCppLinkage) {
   void* lib = OpenLibrary();
   ASSERT_NE(lib, nullptr) << dlerror();
   for (const char* name : {"Morvanta_Initialize", "Morvanta_Uninitialize", "Morvanta_Account_Logout",
-                           "Morvanta_Account_LoginByPassword", "Morvanta_GetAudioManager", "Morvanta_FreeAccountInfo"})
+                           "Morvanta_Account_LoginByPassword", "Morvanta_GetAudioManager", "Morvanta_FreeAccountInfo",
+                           "Morvanta_SetLogHandler", "Morvanta_SetLogLevel"})
     EXPECT_NE(dlsym(lib, name), nullptr) << name;
   EXPECT_EQ(dlsym(lib, "Morvanta_Account_LoginBySmsCode"), nullptr);
   EXPECT_NE(dlsym(lib, "_Z31Morvanta_Account_LoginBySmsCodeP24MorvantaAccountManager_TPK29MorvantaLoginBySmsCodeOptionsPFviPKcP19MorvantaAccountInfoPvES8_"),

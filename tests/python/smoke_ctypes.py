@@ -1,6 +1,6 @@
 """A second, independent client of libmorvanta: Python's ctypes, with no
-header. Initialises the library, logs in, reads and frees the account record,
-and shuts down. Usage: smoke_ctypes.py <folder holding libmorvanta.so>"""
+header. Takes the library's log over with a log handler, initialises the
+library, logs in, reads and frees the account record, and shuts down. Usage: smoke_ctypes.py <folder holding libmorvanta.so>"""
 import ctypes
 import os
 import sys
@@ -27,6 +27,9 @@ class LoginOptions(ctypes.Structure):
     _fields_ = [("username", ctypes.c_char_p), ("password", ctypes.c_char_p)]
 
 
+LogHandler = ctypes.CFUNCTYPE(None, ctypes.c_int32, ctypes.c_char_p, ctypes.c_void_p)
+LOG_ERROR = 3
+
 AccountCallback = ctypes.CFUNCTYPE(None, ctypes.c_int, ctypes.c_char_p, ctypes.POINTER(AccountInfo), ctypes.c_void_p)
 
 lib.Morvanta_Initialize.argtypes = [ctypes.POINTER(InitConfig), ctypes.POINTER(ctypes.c_void_p)]
@@ -39,6 +42,8 @@ lib.Morvanta_Account_LoginByPassword.argtypes = [ctypes.c_void_p, ctypes.POINTER
 lib.Morvanta_FreeAccountInfo.argtypes = [ctypes.POINTER(AccountInfo)]
 lib.Morvanta_DestroyAccountManagerHandle.argtypes = [ctypes.c_void_p]
 lib.Morvanta_Uninitialize.restype = ctypes.c_int32
+lib.Morvanta_SetLogHandler.argtypes = [LogHandler, ctypes.c_void_p]
+lib.Morvanta_SetLogHandler.restype = None
 
 
 def check(condition, text):
@@ -46,6 +51,19 @@ def check(condition, text):
         print("FAIL: " + text, file=sys.stderr)
         sys.exit(1)
 
+
+log_lines = []
+log_lock = threading.Lock()
+
+
+def on_log(level, line, user_data):
+    # Any of the library's threads; the line is copied (bytes) before returning.
+    with log_lock:
+        log_lines.append((level, line))
+
+
+log_handler = LogHandler(on_log)  # kept alive for the life of the process
+lib.Morvanta_SetLogHandler(log_handler, None)
 
 check(lib.Morvanta_GetVersion() == b"1.0.0", "version")
 handle = ctypes.c_void_p()
@@ -81,4 +99,13 @@ check(nickname == b"Alice Archer", "nickname %r" % nickname)
 
 lib.Morvanta_DestroyAccountManagerHandle(account)
 check(lib.Morvanta_Uninitialize() == 0, "uninitialize")
+# The library still logs while the process exits, after the interpreter has
+# gone: give the lines back to the standard streams first.
+lib.Morvanta_SetLogHandler(LogHandler(), None)
+with log_lock:
+    lines = list(log_lines)
+check(any(line == "[Gatherdeck C API] 🛑 Morvanta_Uninitialize".encode() for _, line in lines),
+      "library lines reach the handler")
+check(all(b"\n" not in line for _, line in lines if b"    at " not in line), "lines come without newlines")
+check(all(b"\xe2\x9d\x8c" in line for level, line in lines if level == LOG_ERROR), "error lines carry the cross")
 print("1 passed, 0 failed")

@@ -1,0 +1,26 @@
+// ===========================================================================
+// Load
+// ===========================================================================
+
+function loadScenario() {
+  const settings = defaultSettings();
+  const file = process.env.MORVANTA_SANDBOX_SCENARIO;
+  if (!file) return settings;
+  let scenario;
+  try {
+    scenario = JSON.parse(fs.readFileSync(file, 'utf8'));
+  } catch (e) {
+    throw badSetting(`cannot load scenario file ${file}: ${e.message}`);
+  }
+  try {
+    return applySettings(settings, scenario);
+  } catch (e) {
+    throw new Error(`${e.message} (scenario file ${file})`);
+  }
+}
+
+const sandbox = new Sandbox(loadScenario());
+globalThis.morVantaMeeting = createSdk(sandbox);
+globalThis.morVantaSandbox = createControl(sandbox);
+
+module.exports = { morVantaMeeting: globalThis.morVantaMeeting, morVantaSandbox: globalThis.morVantaSandbox };

@@ -1,0 +1,215 @@
+// The log layer: texts equal to what a stream printed, levels read from the
+// literal parts, lines below the level never formatted, the handler and the
+// environment variable.
+#include "runtime/log.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace morvanta {
+namespace {
+
+template <typename... Args>
+std::string Streamed(const Args&... args) {
+  std::ostringstream os;
+  (os << ... << args);
+  return os.str();
+}
+
+enum Plain { kPlainSeven = 7 };
+
+TEST(LogFormat, EveryPartPrintsAsAStreamWould) {
+  int local = 0;
+  const std::string s = "text";
+  const char* none = nullptr;
+  const char chars[] = "array";
+  EXPECT_EQ(log::Concat("a", s, std::string_view("view"), chars), Streamed("a", s, std::string_view("view"), chars));
+  EXPECT_EQ(log::Concat(true, false), "10");
+  EXPECT_EQ(log::Concat(true, false), Streamed(true, false));
+  EXPECT_EQ(log::Concat('x', static_cast<unsigned char>('y'), static_cast<signed char>('z')),
+            Streamed('x', static_cast<unsigned char>('y'), static_cast<signed char>('z')));
+  EXPECT_EQ(log::Concat(0, -1, std::numeric_limits<int32_t>::min(), std::numeric_limits<int64_t>::min(),
+                        std::numeric_limits<uint64_t>::max(), size_t{42}, static_cast<short>(-3), 7u),
+            Streamed(0, -1, std::numeric_limits<int32_t>::min(), std::numeric_limits<int64_t>::min(),
+                     std::numeric_limits<uint64_t>::max(), size_t{42}, static_cast<short>(-3), 7u));
+  for (double d : {0.0, -0.0, 1.5, 0.1, 1e20, 1e-7, 123456.0, 1234567.0, 3.14159265358979, -2.5e-300,
+                   std::numeric_limits<double>::infinity(), std::nan("")})
+    EXPECT_EQ(log::Concat(d), Streamed(d)) << d;
+  EXPECT_EQ(log::Concat(0.1f, 2.75f), Streamed(0.1f, 2.75f));
+  EXPECT_EQ(log::Concat(static_cast<long double>(1.25)), Streamed(static_cast<long double>(1.25)));
+  EXPECT_EQ(log::Concat(static_cast<void*>(nullptr)), Streamed(static_cast<void*>(nullptr)));
+  EXPECT_EQ(log::Concat(&local), Streamed(&local));
+  EXPECT_EQ(log::Concat(static_cast<const void*>(&local)), Streamed(static_cast<const void*>(&local)));
+  EXPECT_EQ(log::Concat(kPlainSeven), Streamed(kPlainSeven));
+  EXPECT_EQ(log::Concat("before ", none), "before ");
+  EXPECT_EQ(log::Concat(log::ThreadTag()), Streamed(log::ThreadTag()));
+}
+
+TEST(LogFormat, LongLinesSpillOutOfTheInlineBuffer) {
+  for (size_t n : {1000u, 1021u, 1022u, 1023u, 1024u, 5000u, 100000u}) {
+    const std::string big(n, 'q');
+    EXPECT_EQ(log::Concat("<", big, ">", n), "<" + big + ">" + std::to_string(n));
+  }
+}
+
+// Collects what the handler receives; restores the defaults afterwards.
+class LogRouting : public ::testing::Test {
+ protected:
+  struct Seen {
+    int32_t level;
+    std::string line;
+  };
+  static void Collect(int32_t level, const char* line, void* user_data) {
+    static_cast<LogRouting*>(user_data)->seen.push_back({level, line});
+  }
+  void SetUp() override { log::SetHandler(Collect, this); }
+  void TearDown() override {
+    log::SetHandler(nullptr, nullptr);
+    log::SetLevel(log::kDebug);
+  }
+  std::vector<Seen> seen;
+};
+
+TEST_F(LogRouting, LevelsComeFromTheLiteralParts) {
+  const char* warningTable = "[Tag] ⚠️ from a table: ";
+  const std::string dynamicCross = "❌ in a dynamic part";
+  log::Info("[Tag] ✅ fine ", 1);
+  log::Info("[Tag] ❌ failed: ", "why");
+  log::Error("[Tag] ⚠️ careful");
+  log::Info(warningTable, 3);
+  log::Error("[Tag] plain error stream line");
+  log::Info("[Tag] ", dynamicCross);  // only literal parts decide
+  log::Info("[Tag] ⚠️ then ", "❌ both");
+  log::Debug("[Tag] ❌ verbose");
+  log::DebugError("[Tag] verbose error");
+  const std::vector<std::pair<int32_t, std::string>> want = {
+      {log::kInfo, "[Tag] ✅ fine 1"},
+      {log::kError, "[Tag] ❌ failed: why"},
+      {log::kWarning, "[Tag] ⚠️ careful"},
+      {log::kWarning, "[Tag] ⚠️ from a table: 3"},
+      {log::kInfo, "[Tag] plain error stream line"},
+      {log::kInfo, "[Tag] ❌ in a dynamic part"},
+      {log::kError, "[Tag] ⚠️ then ❌ both"},
+      {log::kDebug, "[Tag] ❌ verbose"},
+      {log::kDebug, "[Tag] verbose error"},
+  };
+  ASSERT_EQ(seen.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) {
+    EXPECT_EQ(seen[i].level, want[i].first) << i;
+    EXPECT_EQ(seen[i].line, want[i].second) << i;
+  }
+}
+
+// Counts how often it is printed: proves a dropped line is not formatted.
+struct Counted {
+  int* printed;
+};
+std::ostream& operator<<(std::ostream& os, const Counted& c) {
+  ++*c.printed;
+  return os << "counted";
+}
+
+TEST_F(LogRouting, LinesBelowTheLevelAreDroppedUnformatted) {
+  int printed = 0;
+  const Counted part{&printed};
+  log::SetLevel(log::kWarning);
+  log::Info("[Tag] ✅ info ", part);
+  log::Error("[Tag] info on the error stream ", part);
+  log::Debug("[Tag] debug ", part);
+  log::Info("[Tag] ⚠️ warning ", part);
+  log::Info("[Tag] ❌ error ", part);
+  EXPECT_EQ(printed, 2);
+  ASSERT_EQ(seen.size(), 2u);
+  EXPECT_EQ(seen[0].line, "[Tag] ⚠️ warning counted");
+  EXPECT_EQ(seen[1].line, "[Tag] ❌ error counted");
+
+  log::SetLevel(log::kOff);
+  log::Info("[Tag] ❌ error ", part);
+  EXPECT_EQ(printed, 2);
+  log::SetLevel(log::kError);
+  log::Info("[Tag] ⚠️ warning ", part);
+  log::Info("[Tag] ❌ error ", part);
+  EXPECT_EQ(printed, 3);
+  EXPECT_EQ(seen.size(), 3u);
+}
+
+TEST_F(LogRouting, OutOfRangeLevelsAreIgnored) {
+  log::SetLevel(log::kError);
+  log::SetLevel(-1);
+  log::SetLevel(5);
+  EXPECT_EQ(log::CurrentLevel(), log::kError);
+}
+
+TEST_F(LogRouting, HandlerSeesLinesFromEveryThreadWhole) {
+  static std::mutex m;
+  static std::vector<std::string>* lines = new std::vector<std::string>;
+  log::SetHandler(
+      [](int32_t, const char* line, void*) {
+        std::lock_guard<std::mutex> lock(m);
+        lines->push_back(line);
+      },
+      nullptr);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([t] {
+      for (int i = 0; i < 500; ++i) log::Info("[Thread ", t, "] line ", i, std::string(300, 'a' + t));
+    });
+  for (auto& th : threads) th.join();
+  ASSERT_EQ(lines->size(), 2000u);
+  for (const std::string& line : *lines) {
+    ASSERT_EQ(line.rfind("[Thread ", 0), 0u) << line;
+    ASSERT_GT(line.size(), 300u);
+    EXPECT_EQ(line.substr(line.size() - 300), std::string(300, 'a' + (line[8] - '0'))) << line;
+    EXPECT_EQ(line.find('\n'), std::string::npos);
+  }
+}
+
+TEST(LogStreams, WithoutAHandlerLinesKeepTheirStreamAndNewline) {
+  log::SetHandler(nullptr, nullptr);
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  log::Info("[Tag] out ", 1);
+  log::Error("[Tag] ❌ err ", 2.5);
+  log::Debug("[Tag] debug out");
+  log::DebugError("[Tag] debug err");
+  log::FlushAll();
+  const std::string err = ::testing::internal::GetCapturedStderr();
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(out, "[Tag] out 1\n[Tag] debug out\n");
+  EXPECT_EQ(err, "[Tag] ❌ err 2.5\n[Tag] debug err\n");
+}
+
+TEST(LogLevelNames, EnvironmentNamesParse) {
+  const std::vector<std::pair<const char*, int32_t>> table = {
+      {"debug", log::kDebug}, {"info", log::kInfo},  {"warning", log::kWarning}, {"error", log::kError},
+      {"off", log::kOff},     {"WARNING", log::kWarning}, {"Info", log::kInfo},   {"warn", -1},
+      {"", -1},               {"2", -1},             {nullptr, -1},
+  };
+  for (const auto& [name, level] : table) EXPECT_EQ(log::ParseLevelName(name), level) << (name ? name : "null");
+}
+
+TEST(LogLevelNames, EnvironmentSetsTheLevelAndAnExplicitCallWins) {
+  setenv("MORVANTA_LOG_LEVEL", "error", 1);
+  log::detail::g_threshold.store(-1);  // as in a fresh process
+  EXPECT_EQ(log::CurrentLevel(), log::kError);
+  log::detail::g_threshold.store(-1);
+  log::SetLevel(log::kInfo);  // before the first line: still wins
+  EXPECT_EQ(log::CurrentLevel(), log::kInfo);
+  setenv("MORVANTA_LOG_LEVEL", "nonsense", 1);
+  log::detail::g_threshold.store(-1);
+  EXPECT_EQ(log::CurrentLevel(), log::kDebug);  // unknown names leave the default
+  unsetenv("MORVANTA_LOG_LEVEL");
+  log::detail::g_threshold.store(-1);
+  EXPECT_EQ(log::CurrentLevel(), log::kDebug);
+}
+
+}  // namespace
+}  // namespace morvanta
