@@ -217,6 +217,7 @@ void JSBridgeAdapter::Cleanup() {
       std::lock_guard<std::mutex> lock(stateMutex);
       current = bridge;
     }
+    if (current) current->FailPendingPromises();
     std::unique_lock<std::mutex> lock(activeCalls->mutex);
     while (activeCalls->count.load() > 0) {
       if (current && !current->IsWorkerAlive()) break;
@@ -229,6 +230,15 @@ void JSBridgeAdapter::Cleanup() {
     taken = std::move(bridge);
   }
   if (taken && taken->IsInitialized()) taken->Shutdown();
+}
+
+void JSBridgeAdapter::SetChannelWake(const std::string& key, std::function<void()> wake) {
+  std::shared_ptr<jb::JSBridge> current;
+  {
+    std::lock_guard<std::mutex> lock(stateMutex);
+    current = bridge;
+  }
+  if (current) current->SetChannelWake(key, std::move(wake));
 }
 
 std::string JSBridgeAdapter::GetDiagnosticReport() const {

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "bridge/js_bridge_impl.h"
+#include "bridge/promise_awaiter.h"
 #include "bridge/v8_text.h"
 #include "runtime/log.h"
 #include "runtime/node_runtime.h"
@@ -171,6 +172,9 @@ JSValue JSBridgeImpl::PromiseFromV8(v8::Local<v8::Promise> promise) {
       return JSValue("ERROR_PENDING_PROMISE_IN_SIMPLE_CONVERTER");
   }
 }
+
+const char* PromiseHandlerScriptText() { return kPromiseHandlerScript; }
+const char* PromiseExtractionScriptText() { return kExtractionScript; }
 
 }  // namespace jsbridge
 }  // namespace morvanta
