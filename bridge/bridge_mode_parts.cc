@@ -64,7 +64,7 @@ void JSBridgeImpl::AdoptBridgeMode() {
 }
 
 void JSBridgeImpl::FailPendingPromises() {
-  if (!awaiter_) return;
+  if (!awaiter_ || !running_.load()) return;
   awaiter_->RequestFailPending();
   std::lock_guard<std::mutex> lock(loop_mutex_);
   if (event_loop_) uv_async_send(&async_handle_);
@@ -77,7 +77,11 @@ void JSBridgeImpl::SetChannelWake(const std::string& key, std::function<void()> 
 void JSBridgeImpl::AbandonPendingPromises() {
   if (!awaiter_ || !safe_accessor_ || !safe_accessor_->IsValid()) return;
   std::vector<std::shared_ptr<Task>> tasks;
-  safe_accessor_->ExecuteVoidOperation([&](v8::Isolate*) { tasks = awaiter_->TakePending(); });
+  // The awaiter's handles go with it, while the isolate is still there.
+  safe_accessor_->ExecuteVoidOperation([&](v8::Isolate*) {
+    tasks = awaiter_->TakePending();
+    awaiter_.reset();
+  });
   if (tasks.empty()) return;
   // A host that is exiting gets no callback; otherwise each entry is failed
   // here, on the worker with no lock held, before the shutdown returns.

@@ -30,7 +30,9 @@ int main(void) {
   dup2(log_fd, STDOUT_FILENO);
   close(log_fd);
 
-  fprintf(demo_out, "morvanta %s demo (the library's own log: %s)\n\n", Morvanta_GetVersion(), log_name);
+  fprintf(demo_out, "morvanta %s demo (the library's own log: %s)\n", Morvanta_GetVersion(), log_name);
+  fprintf(demo_out, "bridge mode: %s (MORVANTA_BRIDGE_MODE=concurrent chooses the other)\n\n",
+          Morvanta_GetBridgeMode() == MORVANTA_BRIDGE_MODE_CONCURRENT ? "concurrent" : "compatible");
 
   memset(&config, 0, sizeof(config));
   config.app_key = "demo-app-key-0001";
