@@ -119,5 +119,13 @@ void JSBridge::ExecuteCode(const std::string& code, ValueCallback callback) {
   }
 }
 
+void JSBridge::FailPendingPromises() {
+  if (impl_ && IsInitialized()) impl_->FailPendingPromises();
+}
+
+void JSBridge::SetChannelWake(const std::string& key, std::function<void()> wake) {
+  if (impl_) impl_->SetChannelWake(key, std::move(wake));
+}
+
 }  // namespace jsbridge
 }  // namespace morvanta

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -34,6 +35,16 @@ class JSBridge {
   void ExecuteCode(const std::string& code, ValueCallback callback);
 
   std::string GetLastError() const;
+
+  // Pending promise entries (the concurrent mode's) are failed with "Bridge
+  // shutting down" at the worker's next turn; nothing happens in the
+  // compatible mode, which has none. Any thread.
+  void FailPendingPromises();
+  // Registers `wake` as the wake function of the event channel `key` (its
+  // array's name; an empty function removes it). Called from the worker,
+  // inside JavaScript, when a push makes the array non-empty: it must not
+  // block. Any thread.
+  void SetChannelWake(const std::string& key, std::function<void()> wake);
 
   static constexpr size_t kMaxCodeBytes = 1000000;
 

@@ -218,6 +218,7 @@ void JSBridgeAdapter::Cleanup() {
       std::lock_guard<std::mutex> lock(stateMutex);
       current = bridge;
     }
+    if (current) current->FailPendingPromises();
     // Nor is there anything to wait for while the process exits: a host that
     // called exit() from a callback holds that very call open on the worker.
     std::unique_lock<std::mutex> lock(activeCalls->mutex);
@@ -233,6 +234,15 @@ void JSBridgeAdapter::Cleanup() {
     taken = std::move(bridge);
   }
   if (taken && taken->IsInitialized()) taken->Shutdown();
+}
+
+void JSBridgeAdapter::SetChannelWake(const std::string& key, std::function<void()> wake) {
+  std::shared_ptr<jb::JSBridge> current;
+  {
+    std::lock_guard<std::mutex> lock(stateMutex);
+    current = bridge;
+  }
+  if (current) current->SetChannelWake(key, std::move(wake));
 }
 
 std::string JSBridgeAdapter::GetDiagnosticReport() const {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -48,7 +49,12 @@ class JSBridgeAdapter {
                     JSCallback callback);
 
   // Closes the door to new calls, waits for calls in flight, stops the bridge.
+  // Promises still pending in the concurrent mode are failed first, so the
+  // wait does not last until their time limits.
   void Cleanup();
+  // The wake function of the event channel `key` (see JSBridge); dropped
+  // when there is no bridge.
+  void SetChannelWake(const std::string& key, std::function<void()> wake);
   std::string GetDiagnosticReport() const;
 
   // Value mapping between the two tag numberings (binary <-> Buffer).

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <exception>
 
+#include "bridge/promise_awaiter.h"
 #include "bridge/promise_tracker.h"
 #include "bridge/type_converter.h"
 #include "runtime/dependency_resolver.h"
@@ -106,6 +107,7 @@ bool JSBridgeImpl::InitializeNodeJS() {
       return false;
     }
     async_handle_.data = this;
+    AdoptBridgeMode();
     return true;
   } catch (const std::exception& e) {
     SetLastError(std::string("Exception during Node.js initialization: ") + e.what());
@@ -230,6 +232,7 @@ void JSBridgeImpl::WorkerThread() {
     // No iteration counter is kept, so the count printed is always 0.
     log::Info("[JSBridge] Event loop completed - ", 0, " iterations in ", elapsed.count(), "ms");
     log::Info("[JSBridge] Starting cleanup phase...");
+    AbandonPendingPromises();
     if (promise_tracker_) {
       log::Info("[JSBridge] Cleaning up ", promise_tracker_->GetPendingCount(), " pending promises");
       promise_tracker_.reset();
@@ -283,10 +286,7 @@ void JSBridgeImpl::TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_pro
 void JSBridgeImpl::CheckPendingPromises() {
   if (debug())
     log::Debug("[JSBridge] Checking ", promise_tracker_->GetPendingCount(), " pending promises");
-  promise_tracker_->CheckPendingPromises(
-      [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& result) {
-        InvokeCallback(task, result);
-      });
+  awaiter_->Check(isolate_->GetCurrentContext());
 }
 
 void JSBridgeImpl::ProcessPendingTasks(v8::Isolate* isolate) {
@@ -328,12 +328,12 @@ void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
   if (!isolate_ || !event_loop_) return;
   try {
     if (safe_accessor_ && safe_accessor_->IsValid() && !context_.IsEmpty()) {
-      safe_accessor_->ExecuteVoidOperation([this](v8::Isolate* isolate) {
+      safe_accessor_->ExecuteVoidOperation([&](v8::Isolate* isolate) {
         v8::Local<v8::Context> context = context_.Get(isolate);
         if (context.IsEmpty()) return;
         v8::Context::Scope context_scope(context);
         if (node::GetCurrentEnvironment(context))
-          uv_run(event_loop_, UV_RUN_NOWAIT);
+          idle_->RunLoop(event_loop_, had_tasks, had_promises);
         else
           log::Info("[JSBridge] Skipping libuv run - Node.js environment not available");
       });
@@ -342,7 +342,7 @@ void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
       if (uv_loop_alive(event_loop_)) uv_run(event_loop_, UV_RUN_NOWAIT);
     }
     // The idle pace of the worker; taken with no V8 lock held.
-    if (!had_tasks && !had_promises) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    idle_->Pause(had_tasks, had_promises);
     if (!running_.load()) {
       log::Info("[JSBridge] Event loop received shutdown signal");
       uv_stop(event_loop_);
@@ -435,6 +435,7 @@ void JSBridgeImpl::CleanupNodeJS() {
     log::Info("[JSBridge] Cleaning up Node.js runtime...");
     try {
       std::lock_guard<std::mutex> lock(loop_mutex_);
+      if (event_loop_ && idle_) idle_->Close();
       if (event_loop_ && uv_is_active(reinterpret_cast<uv_handle_t*>(&async_handle_))) {
         log::Info("[JSBridge] Closing uv_async_t handle...");
         uv_close(reinterpret_cast<uv_handle_t*>(&async_handle_), nullptr);

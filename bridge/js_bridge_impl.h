@@ -7,6 +7,7 @@
 #include <v8.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -28,6 +29,10 @@ class V8ThreadManager;
 class SafeV8Accessor;
 class PromiseTracker;
 class TypeConverter;
+class PromiseAwaiter;
+class WorkerIdle;
+class ChannelWakeHub;
+class BlockingAwaiter;
 struct DelayedCallback;
 
 class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
@@ -68,9 +73,15 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // bridge then answers the call in flight with a failure, refuses the rest
   // as not initialized, and its worker takes the environment down.
   bool HasSdkExited() const { return sdk_exited_.load(); }
+  // Bridge mode (bridge_mode_parts.cc). Any thread: pending promise entries
+  // are failed at the worker's next turn, ahead of a shutdown.
+  void FailPendingPromises();
+  // Any thread: the wake function of an event channel (see channel_wake.h).
+  void SetChannelWake(const std::string& key, std::function<void()> wake);
 
  private:
   friend struct DelayedCallback;
+  friend class BlockingAwaiter;
   enum class WorkerPhase { Running, Finished, Abandoned, CleanedUp };
 
   bool InitializeNodeJS();
@@ -108,6 +119,12 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
                            const std::shared_ptr<Task>& task);
   JSValue PromiseFromV8(v8::Local<v8::Promise> promise);
 
+  // Bridge mode (bridge_mode_parts.cc): the awaiter, the idle and the
+  // channel wake-up of the configured mode, chosen once at initialisation;
+  // pending entries answered (or dropped at process exit) when the worker ends.
+  void AdoptBridgeMode();
+  void AbandonPendingPromises();
+
   // Shutdown.
   void CleanupNodeJS();
   void CancelDelayedCallbacks();
@@ -139,6 +156,9 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   std::unique_ptr<PromiseTracker> promise_tracker_;
   std::unique_ptr<TypeConverter> type_converter_;
   mutable std::mutex error_mutex_;
+  std::unique_ptr<PromiseAwaiter> awaiter_;
+  std::unique_ptr<WorkerIdle> idle_;
+  std::shared_ptr<ChannelWakeHub> channel_wakes_;
 
   // Guards the loop pointer and the async handle between submitters and the
   // thread that tears the loop down.

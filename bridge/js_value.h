@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "bridge/bridge_mode.h"
+
 namespace morvanta {
 namespace jsbridge {
 
@@ -130,6 +132,9 @@ struct JSBridgeConfig {
   uint32_t worker_thread_pool_size = 4;  // validated and kept; nothing reads it later
   uint32_t default_timeout_ms = 30000;   // validated and kept; the promise wait has its own limit
   bool async_callbacks = false;
+  // Taken from the host's choice when the configuration is made; a test may
+  // set it directly.
+  BridgeMode mode = ResolveBridgeMode();
 };
 
 // Checks a configuration rule by rule and stops at the first failure, writing

@@ -7,6 +7,7 @@
 
 #include "bridge/fixed_scripts.h"
 #include "bridge/js_bridge_impl.h"
+#include "bridge/promise_awaiter.h"
 #include "bridge/v8_text.h"
 #include "runtime/log.h"
 #include "runtime/node_runtime.h"
@@ -195,6 +196,9 @@ JSValue JSBridgeImpl::PromiseFromV8(v8::Local<v8::Promise> promise) {
       return JSValue("ERROR_PENDING_PROMISE_IN_SIMPLE_CONVERTER");
   }
 }
+
+const char* PromiseHandlerScriptText() { return kPromiseHandlerScript; }
+const char* PromiseExtractionScriptText() { return kExtractionScript; }
 
 }  // namespace jsbridge
 }  // namespace morvanta

@@ -60,6 +60,15 @@ void PromiseTracker::Track(v8::Local<v8::Promise> promise, std::shared_ptr<Task>
 
 int32_t PromiseTracker::GetPendingCount() const { return count_; }
 
+std::vector<std::shared_ptr<Task>> PromiseTracker::Release() {
+  std::vector<std::shared_ptr<Task>> tasks;
+  tasks.reserve(entries_.size());
+  for (Entry& entry : entries_) tasks.push_back(std::move(entry.task));
+  entries_.clear();
+  count_ = 0;
+  return tasks;
+}
+
 void PromiseTracker::CheckPendingPromises(const CompletionCallback& on_complete) {
   if (entries_.empty()) return;
   v8::HandleScope handle_scope(isolate_);

@@ -11,6 +11,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <vector>
 
 #include "bridge/js_value.h"
 #include "bridge/task.h"
@@ -33,6 +34,10 @@ class PromiseTracker {
              std::chrono::milliseconds timeout);
 
   int32_t GetPendingCount() const;
+
+  // Removes every entry without a callback and hands back their tasks.
+  // Worker only, inside the lock scope.
+  std::vector<std::shared_ptr<Task>> Release();
 
   // One scan: settled and timed-out entries are removed and reported through
   // `on_complete` after the scan. Worker only, inside the lock scope.

@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "bridge/js_bridge_impl.h"
+#include "bridge/promise_awaiter.h"
 #include "bridge/type_converter.h"
 #include "bridge/v8_text.h"
 #include "runtime/log.h"
@@ -111,7 +112,7 @@ JSResult<JSValue> JSBridgeImpl::ExecuteCodeTask(const std::shared_ptr<Task>& tas
   if (!script->Run(context).ToLocal(&value)) return Fail("Script execution failed");
   if (value->IsPromise()) {
     log::Info("[JSBridge] ✅ ExecuteCodeTask returned Promise, handling asynchronously");
-    HandlePromiseResult(value.As<v8::Promise>(), context, task);
+    awaiter_->Await(value.As<v8::Promise>(), context, task);
     return JSResult<JSValue>::Success(JSValue(kPromiseSentinel));
   }
   log::Info("[JSBridge] ❌ ExecuteCodeTask result is NOT a Promise, continuing with synchronous processing");
@@ -140,7 +141,7 @@ JSResult<JSValue> JSBridgeImpl::CallFunctionTask(const std::shared_ptr<Task>& ta
             value->IsPromise(), " IsObject=", value->IsObject());
   if (value->IsPromise()) {
     log::Info("[JSBridge] ✅ Function returned Promise, handling asynchronously");
-    HandlePromiseResult(value.As<v8::Promise>(), context, task);
+    awaiter_->Await(value.As<v8::Promise>(), context, task);
     return JSResult<JSValue>::Success(JSValue(kPromiseSentinel));
   }
   if (value->IsObject()) {

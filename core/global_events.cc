@@ -58,6 +58,7 @@ GlobalEventScripts MakeGlobalEventScripts() {
 })())JS";
   s.clear = common.clear;
   s.drain = common.drain;
+  s.wakeKey = common.wakeKey;
   return s;
 }
 
@@ -149,7 +150,8 @@ void DispatchGlobalEvent(const JSValue& record, const std::vector<MvGlobalEventL
 }
 
 GlobalEventCore::GlobalEventCore(std::weak_ptr<JSBridgeAdapter> bridge)
-    : bridge_(bridge), channel_(GlobalEventTexts(), GlobalEventChannelScripts().drain, &DispatchGlobalEvent, bridge) {}
+    : bridge_(bridge), channel_(GlobalEventTexts(), GlobalEventChannelScripts().drain, &DispatchGlobalEvent, bridge,
+               GlobalEventChannelScripts().wakeKey) {}
 
 std::shared_ptr<JSBridgeAdapter> GlobalEventCore::Bridge() const {
   auto b = bridge_.lock();

@@ -43,6 +43,7 @@ struct GlobalEventScripts {
   std::string finalCleanup;  // the same, when the last listener goes
   std::string clear;         // empties the array
   std::string drain;         // -> {events, length}
+  std::string wakeKey;       // the array's name: the key of the push wake-up
 };
 const GlobalEventScripts& GlobalEventChannelScripts();
 

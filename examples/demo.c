@@ -64,7 +64,9 @@ int main(void) {
   Morvanta_SetLogHandler(demo_log_line, log);
   demo_find_sdk();
 
-  fprintf(demo_out, "morvanta %s demo (the library's own log: %s)\n\n", Morvanta_GetVersion(), log_name);
+  fprintf(demo_out, "morvanta %s demo (the library's own log: %s)\n", Morvanta_GetVersion(), log_name);
+  fprintf(demo_out, "bridge mode: %s (MORVANTA_BRIDGE_MODE=concurrent chooses the other)\n\n",
+          Morvanta_GetBridgeMode() == MORVANTA_BRIDGE_MODE_CONCURRENT ? "concurrent" : "compatible");
 
   memset(&config, 0, sizeof(config));
   config.app_key = "demo-app-key-0001";

@@ -204,6 +204,62 @@ MORVANTA_API void Morvanta_SetLogLevel(int32_t level);
 /* (end of Log routing) */
 
 /* ======================================================================
+ * Bridge modes
+ *
+ * How the library waits for the SDK. The mode is fixed when
+ * Morvanta_Initialize starts the runtime and holds until
+ * Morvanta_Uninitialize; the library logs the mode in force once, at
+ * initialisation ("[JSBridge] Bridge mode: compatible").
+ *
+ * MORVANTA_BRIDGE_MODE_COMPATIBLE (the default): one SDK call is awaited at
+ * a time; its promise is polled every 30 ms with a 15 s limit, so a slow call
+ * holds every other call, event drain and synchronous query behind it.
+ * Event listeners are fed by a 100 ms poll.
+ *
+ * MORVANTA_BRIDGE_MODE_CONCURRENT: many calls are in flight at once, each
+ * with its own 15 s limit; the worker sleeps in its event loop until work or
+ * a timer of the SDK wakes it; an event reaches its listener as soon as the
+ * SDK fires it (the 100 ms poll stays as a fallback, with the same batches,
+ * order and loss rules); a synchronous query no longer waits behind slow
+ * calls. Answers have the same codes, shapes and texts as in the compatible
+ * mode ("Promise timeout" after 15 s, "Promise rejected: ..." and so on).
+ * Callbacks follow the order in which the SDK settles the calls, not the
+ * order of submission: a fast call may be answered before a slow one made
+ * earlier.
+ *   Morvanta_Uninitialize: every call still pending is answered with code -1
+ *   and the message "Bridge shutting down", on the worker thread, before
+ *   Morvanta_Uninitialize returns; nothing is called back after it returns.
+ *   Process exit without Morvanta_Uninitialize: pending calls get no
+ *   callback; the exit limits are those of the compatible mode.
+ *
+ * Choosing: Morvanta_SetBridgeMode before Morvanta_Initialize, or, for
+ * hosts that cannot change their code, the environment variable
+ * MORVANTA_BRIDGE_MODE=concurrent (read at each Morvanta_Initialize). An
+ * explicit choice wins over the variable; any other value of the variable,
+ * or none, means compatible.
+ * ====================================================================== */
+
+#define MORVANTA_BRIDGE_MODE_DEFAULT 0    /* no explicit choice: the variable decides */
+#define MORVANTA_BRIDGE_MODE_COMPATIBLE 1
+#define MORVANTA_BRIDGE_MODE_CONCURRENT 2
+
+/* Chooses the mode of the next Morvanta_Initialize; the choice is kept for
+ * every later initialisation of the process until changed.
+ *   mode  in: one of the MORVANTA_BRIDGE_MODE_* constants; DEFAULT clears an
+ *         earlier choice.
+ * Returns 0; -1 an unknown mode (nothing changes); -3 the library is
+ * initialized (refused: call it before Morvanta_Initialize or after
+ * Morvanta_Uninitialize); -999 internal fault.
+ * Thread: a lifecycle function; not from a callback. */
+MORVANTA_API int32_t Morvanta_SetBridgeMode(int32_t mode);
+
+/* The mode the next Morvanta_Initialize would take (while initialized, the
+ * mode in force, unless the environment variable was changed since):
+ * MORVANTA_BRIDGE_MODE_COMPATIBLE or MORVANTA_BRIDGE_MODE_CONCURRENT, never
+ * DEFAULT. Any thread. */
+MORVANTA_API int32_t Morvanta_GetBridgeMode(void);
+
+/* ======================================================================
  * Global events
  *
  * The SDK tells the host that it is about to create, has created, or is

@@ -66,7 +66,7 @@ class RegisteredChannel : public std::enable_shared_from_this<RegisteredChannel<
 
   RegisteredChannel(const ChannelProfile& profile, const EventChannelTexts& loopTexts, Dispatcher dispatch,
                     std::weak_ptr<JSBridgeAdapter> bridge)
-      : p_(profile), events_(loopTexts, profile.scripts().drain, std::move(dispatch), bridge), bridge_(bridge) {}
+      : p_(profile), events_(loopTexts, profile.scripts().drain, std::move(dispatch), bridge, profile.scripts().wakeKey), bridge_(bridge) {}
 
   EventChannel<Listener>& Events() { return events_; }
   const EventChannel<Listener>& Events() const { return events_; }

@@ -53,6 +53,7 @@ ChannelScripts MakeChannelScripts(const ChannelScriptNames& n) {
       {"$REMOVE", n.removeMethod},
   };
   ChannelScripts s;
+  s.wakeKey = n.globals.array;
   s.check = Fill("(function () { return $REGISTERED === true; })()", values);
   s.arrayInit = Fill(R"JS((function () {
   try {
@@ -191,6 +192,10 @@ std::string MakeListenerObject(const ChannelGlobals& g, const char* logPrefix,
     text += "            " + G(g.array) + ".push({ type: '" + (e.type ? e.type : name) + "', data: " + e.data + " });\n";
     text += "            " + G(g.pending) + " = true;\n";
     text += "            " + G(g.count) + " = (" + G(g.count) + " || 0) + 1;\n";
+    // The first record of an empty array wakes the channel's native thread,
+    // where the environment offers a wake function (see channel_wake.h).
+    text += "            if (" + G(g.array) + ".length === 1 && typeof globalThis.__morvantaChannelWake === 'function') "
+            "globalThis.__morvantaChannelWake('" + std::string(g.array) + "');\n";
     text += "          }\n";
     text += "        } catch (err) {\n";
     text += "          console.error('" + std::string(logPrefix) + " ❌ Error in " + name + "', err);\n";

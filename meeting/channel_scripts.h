@@ -36,6 +36,7 @@ struct ChannelScripts {
   std::string remove;     // detaches the listener and drops the queued events
   std::string clear;      // empties the array
   std::string drain;      // -> {events, length}
+  std::string wakeKey;    // the array's name: the key of the channel's push wake-up
 };
 
 struct ChannelScriptNames {

@@ -22,6 +22,7 @@
 
 #include "bridge/js_bridge_adapter.h"
 #include "bridge/product_value.h"
+#include "meeting/channel_waker.h"
 #include "runtime/log.h"
 
 namespace morvanta {
@@ -63,9 +64,12 @@ class EventChannel {
  public:
   using Dispatcher = std::function<void(const JSValue& record, const std::vector<Listener*>& listeners)>;
 
+  // `wakeKey` names the channel for push wake-ups (see channel_waker.h);
+  // empty, the channel is drained by its poll alone.
   EventChannel(const EventChannelTexts& texts, std::string drainScript, Dispatcher dispatch,
-               std::weak_ptr<JSBridgeAdapter> bridge)
+               std::weak_ptr<JSBridgeAdapter> bridge, std::string wakeKey = {})
       : state_(std::make_shared<State>()) {
+    state_->wakeKey = std::move(wakeKey);
     state_->texts = texts;
     state_->drainScript = std::move(drainScript);
     state_->dispatch = std::move(dispatch);
@@ -141,6 +145,7 @@ class EventChannel {
     state_->running = true;
     log::Info(state_->texts.starting);
     thread_ = std::thread([s = state_] { Loop(s); });
+    ConnectChannelWaker(state_->bridge, state_->wakeKey, state_);
   }
 
   // Lowers the flag and wakes the loop; does not wait for it.
@@ -174,11 +179,19 @@ class EventChannel {
     std::mutex mutex;  // guards the native queue and the sleep only
     std::condition_variable cv;
     std::deque<JSValue> queue;  // nothing fills it; kept for push-style delivery
+    bool woken = false;         // a push wake-up not yet answered by a drain
+    std::string wakeKey;
     EventChannelTexts texts{};
     std::string drainScript;
     Dispatcher dispatch;
     std::weak_ptr<JSBridgeAdapter> bridge;
 
+    // Called from the bridge's worker when a push makes the array non-empty.
+    void Wake() {
+      std::lock_guard<std::mutex> lock(mutex);
+      woken = true;
+      cv.notify_all();
+    }
     std::vector<Listener*> Snapshot() const {
       std::lock_guard<std::mutex> lock(listenersMutex);
       return listeners;
@@ -208,7 +221,8 @@ class EventChannel {
       if (!s->running.load() || !s->HasListeners()) break;
       std::unique_lock<std::mutex> lock(s->mutex);
       const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
-      s->cv.wait_until(lock, until, [&] { return !s->queue.empty() || !s->running.load(); });
+      s->cv.wait_until(lock, until, [&] { return !s->queue.empty() || s->woken || !s->running.load(); });
+      s->woken = false;
       if (!s->running.load()) {
         lock.unlock();
         if (s->texts.stoppedByFlag) log::Info(s->texts.stoppedByFlag);

@@ -164,7 +164,8 @@ struct MvWaitingRoomManager::Core : std::enable_shared_from_this<Core> {
   EventChannel<IMvWaitingRoomListener> channel;
 
   explicit Core(std::weak_ptr<JSBridgeAdapter> b)
-      : bridge(b), channel(WaitingRoomTexts(), WaitingRoomChannelScripts().drain, &DispatchWaitingRoomEvent, b) {}
+      : bridge(b), channel(WaitingRoomTexts(), WaitingRoomChannelScripts().drain, &DispatchWaitingRoomEvent, b,
+                WaitingRoomChannelScripts().wakeKey) {}
 
   std::shared_ptr<JSBridgeAdapter> Bridge() const {
     auto b = bridge.lock();

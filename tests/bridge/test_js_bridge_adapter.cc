@@ -278,7 +278,7 @@ TEST(Adapter, CallsWithoutARunningBridgeFailAtOnceOnTheCaller) {
   }
 }
 
-TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnce) {
+TEST(Adapter, CleanupWaitsForACallInFlightWhichIsAnsweredOnceCompatibleOnly) {
   JSBridgeAdapter adapter;
   ASSERT_TRUE(adapter.Initialize(JSBridgeAdapterConfig{})) << adapter.GetLastError();
   // A script the bridge refuses at once is answered once and counted no more.

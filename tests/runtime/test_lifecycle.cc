@@ -62,7 +62,7 @@ TEST(RuntimeLifecycle, QuitDoesNotRunTheExitHandler) {
   EXPECT_EQ(CountOf(r.output, "[NodeRuntime] Process exit detected"), 0);
 }
 
-TEST(RuntimeLifecycleSlow, ShutdownWhileAPromiseNeverSettlesReturnsAfterAboutThreeSeconds) {
+TEST(RuntimeLifecycleSlow, ShutdownWhileAPromiseNeverSettlesReturnsAfterAboutThreeSecondsCompatibleOnly) {
   // This process ends while its abandoned worker still holds a live isolate
   // (the exit handler stops waiting after 5 s), so what the isolate owns is
   // left to the operating system on purpose: leak checking is off for it.

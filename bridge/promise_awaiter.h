@@ -1,0 +1,72 @@
+// How the worker awaits the promise that a task's script yields, and how it
+// idles between turns: the two things the bridge modes differ in on the
+// worker. JSBridgeImpl::AdoptBridgeMode (bridge_mode_parts.cc) picks one
+// implementation of each; nothing else in the bridge asks which mode runs.
+#pragma once
+
+#include <uv.h>
+#include <v8.h>
+
+#include <memory>
+#include <vector>
+
+#include "bridge/task.h"
+
+namespace morvanta {
+namespace jsbridge {
+
+class JSBridgeImpl;
+class PromiseTracker;
+
+class PromiseAwaiter {
+ public:
+  virtual ~PromiseAwaiter() = default;
+  // `task`'s script yielded `promise`: answer the task exactly once, now or
+  // on a later turn. Worker only, inside the task's lock and context scopes.
+  virtual void Await(v8::Local<v8::Promise> promise, v8::Local<v8::Context> context,
+                     const std::shared_ptr<Task>& task) = 0;
+  // Once per worker turn, after the microtask checkpoint (only called when
+  // the bridge has a PromiseTracker). Worker only, inside the lock scope.
+  virtual void Check(v8::Local<v8::Context> context) = 0;
+  // Any thread: the entries pending now are to be failed at the worker's
+  // next turn (the bridge is about to shut down).
+  virtual void RequestFailPending() {}
+  // Removes every pending entry and hands back their tasks, unanswered.
+  // Worker only, inside the lock scope.
+  virtual std::vector<std::shared_ptr<Task>> TakePending() { return {}; }
+};
+
+// Blocks in the task until the promise settles (30 ms polls, 15 s limit).
+std::unique_ptr<PromiseAwaiter> MakeBlockingAwaiter(JSBridgeImpl& bridge);
+// Hands the promise to `tracker` (15 s per entry) and returns at once.
+std::unique_ptr<PromiseAwaiter> MakeTrackedAwaiter(JSBridgeImpl& bridge, PromiseTracker& tracker);
+
+// The blocking wait's handler and extraction scripts (promise_resolution.cc),
+// which the tracked awaiter runs against each entry's own slot.
+const char* PromiseHandlerScriptText();
+const char* PromiseExtractionScriptText();
+
+// The text of the failure that pending entries get when the bridge shuts down.
+extern const char kPromiseAbandonedText[];
+
+class WorkerIdle {
+ public:
+  virtual ~WorkerIdle() = default;
+  // One turn of libuv. Worker only, inside the lock scope.
+  virtual void RunLoop(uv_loop_t* loop, bool had_tasks, bool had_promises) = 0;
+  // After the turn, with no lock held.
+  virtual void Pause(bool had_tasks, bool had_promises) = 0;
+  // Closes the handles it added to the loop; the next uv_run completes the
+  // close. Called once, under the bridge's loop mutex, before teardown.
+  virtual void Close() {}
+};
+
+// uv_run without waiting, then a 1 ms nap when there was nothing to do.
+std::unique_ptr<WorkerIdle> MakeNapIdle();
+// Blocks in uv_run until a submission (uv_async_send), a timer or I/O wakes
+// it, with a 50 ms tick that bounds the time before the worker notices a
+// process exit or an entry's time-out.
+std::unique_ptr<WorkerIdle> MakeLoopIdle(uv_loop_t* loop);
+
+}  // namespace jsbridge
+}  // namespace morvanta

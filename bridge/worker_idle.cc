@@ -1,0 +1,56 @@
+// How the worker spends the time between turns.
+#include <chrono>
+#include <thread>
+
+#include "bridge/promise_awaiter.h"
+
+namespace morvanta {
+namespace jsbridge {
+namespace {
+
+class NapIdle final : public WorkerIdle {
+ public:
+  void RunLoop(uv_loop_t* loop, bool, bool) override { uv_run(loop, UV_RUN_NOWAIT); }
+  void Pause(bool had_tasks, bool had_promises) override {
+    if (!had_tasks && !had_promises) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+};
+
+class LoopIdle final : public WorkerIdle {
+ public:
+  explicit LoopIdle(uv_loop_t* loop) : tick_(new uv_timer_t) {
+    if (uv_timer_init(loop, tick_) != 0) {
+      delete tick_;
+      tick_ = nullptr;
+      return;
+    }
+    // The tick does nothing itself: returning from uv_run is what counts.
+    uv_timer_start(tick_, [](uv_timer_t*) {}, kTickMs, kTickMs);
+  }
+  void RunLoop(uv_loop_t* loop, bool had_tasks, bool) override {
+    // Tasks still queued are taken at once; otherwise sleep until a
+    // submission, a timer (the SDK's, a delivery's, the tick) or I/O.
+    uv_run(loop, had_tasks ? UV_RUN_NOWAIT : UV_RUN_ONCE);
+  }
+  void Pause(bool, bool) override {}
+
+  void Close() override {
+    if (!tick_) return;
+    uv_timer_stop(tick_);
+    uv_close(reinterpret_cast<uv_handle_t*>(tick_),
+             [](uv_handle_t* handle) { delete reinterpret_cast<uv_timer_t*>(handle); });
+    tick_ = nullptr;
+  }
+
+ private:
+  static constexpr uint64_t kTickMs = 50;
+  uv_timer_t* tick_;
+};
+
+}  // namespace
+
+std::unique_ptr<WorkerIdle> MakeNapIdle() { return std::make_unique<NapIdle>(); }
+std::unique_ptr<WorkerIdle> MakeLoopIdle(uv_loop_t* loop) { return std::make_unique<LoopIdle>(loop); }
+
+}  // namespace jsbridge
+}  // namespace morvanta
