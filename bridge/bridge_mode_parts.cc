@@ -89,9 +89,11 @@ void JSBridgeImpl::AbandonPendingPromises() {
     log::Info("[JSBridge] Process exiting: dropping ", tasks.size(), " pending promises");
     return;
   }
-  log::Info("[JSBridge] Failing ", tasks.size(), " pending promises: ", kPromiseAbandonedText);
-  for (const auto& task : tasks)
-    InvokeCallback(task, JSResult<JSValue>::Failure(MakeError(kPromiseAbandonedText)));
+  // After an SDK exit the entries learn what ended them, as the call in
+  // flight does in the blocking mode.
+  const std::string reason = sdk_exited_.load() ? SdkExitText() : std::string(kPromiseAbandonedText);
+  log::Info("[JSBridge] Failing ", tasks.size(), " pending promises: ", reason);
+  for (const auto& task : tasks) InvokeCallback(task, JSResult<JSValue>::Failure(MakeError(reason)));
 }
 
 }  // namespace jsbridge

@@ -2,6 +2,7 @@
 // case runs tests/probes/hostile_probe, a host of the public interface whose
 // SDK misbehaves as MORVANTA_HOSTILE says, as a child process, and checks its
 // exit status, its time and what it reported.
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 #include <stdlib.h>
@@ -120,7 +121,14 @@ TEST(HostileHost, ReturnFromMainDuringEndlessJavaScriptOrANeverSettlingPromiseEn
     EXPECT_EQ(r.exit_code, 0) << r.output;
     ASSERT_GE(r.seconds_after_text, 0) << r.output;
     EXPECT_LT(r.seconds_after_text, kExitLimitSeconds) << r.output;
-    EXPECT_EQ(CountOf(r.output, row.sign), 1) << r.output;
+    // In the concurrent mode a pending promise is not waited on: the worker
+    // drops its entry when it sees the process exiting.
+    const char* mode = std::getenv("MORVANTA_BRIDGE_MODE");
+    const bool concurrent = mode && std::string(mode) == "concurrent";
+    const std::string sign = concurrent && std::string(row.hostile) == "hang"
+                                 ? "[JSBridge] Process exiting: dropping 1 pending promises"
+                                 : row.sign;
+    EXPECT_EQ(CountOf(r.output, sign), 1) << r.output;
     // A promise wait ends at once, so the worker takes its environment down
     // before global cleanup and V8 is disposed. Terminated JavaScript gets
     // only a short grace to unwind, which a loaded machine may overrun.
