@@ -12,7 +12,7 @@ stamp="$deps/.setup-ok"
 
 pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev libgmock-dev
       libbenchmark-dev rapidjson-dev libuv1-dev libssl-dev zlib1g-dev
-      node-acorn node-cjs-module-lexer node-undici python3 valgrind)
+      node-acorn node-cjs-module-lexer node-undici python3 valgrind pkg-config)
 
 have_libnode() {
   [ -f /usr/include/node/node.h ] && ls /usr/lib/x86_64-linux-gnu/libnode.so* >/dev/null 2>&1 && return 0
