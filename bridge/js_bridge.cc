@@ -100,6 +100,11 @@ bool JSBridge::IsWorkerAlive() const { return impl_ && impl_->IsWorkerAlive(); }
 std::string JSBridge::GetLastError() const { return impl_ ? impl_->GetLastError() : std::string(); }
 
 void JSBridge::ExecuteCode(const std::string& code, ValueCallback callback) {
+  ExecuteCall(code, std::string(), {}, std::move(callback));
+}
+
+void JSBridge::ExecuteCall(const std::string& code, const std::string& path, std::vector<JSValue> args,
+                           ValueCallback callback) {
   auto refuse = [&](int32_t code_number, std::string text) {
     if (callback) callback(JSResult<JSValue>::Failure(MakeError(std::move(text), code_number)));
   };
@@ -110,6 +115,8 @@ void JSBridge::ExecuteCode(const std::string& code, ValueCallback callback) {
     auto task = std::make_shared<Task>();
     task->type = TaskType::ExecuteCode;
     task->code = code;
+    task->call_path = path;
+    task->args = std::move(args);
     task->js_callback = callback;  // kept here too, for a refusal below
     impl_->SubmitTask(std::move(task));
   } catch (const std::exception& e) {

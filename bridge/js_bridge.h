@@ -33,6 +33,11 @@ class JSBridge {
   // callback on the calling thread; every other outcome is delivered once on
   // the worker, after the script's JavaScript has ended.
   void ExecuteCode(const std::string& code, ValueCallback callback);
+  // The same for `code`, the text of the call path(args...), with every
+  // outcome that text would have; the worker may make the call without
+  // compiling the text.
+  void ExecuteCall(const std::string& code, const std::string& path, std::vector<JSValue> args,
+                   ValueCallback callback);
 
   std::string GetLastError() const;
 

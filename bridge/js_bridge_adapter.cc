@@ -171,9 +171,9 @@ JSCallback JSBridgeAdapter::MakeGuardedCallback(JSCallback callback) {
 }
 
 void JSBridgeAdapter::Submit(const std::shared_ptr<jb::JSBridge>& current, const std::string& script,
-                             JSCallback callback) {
+                             JSCallback callback, const std::string& path, std::vector<jb::JSValue> args) {
   JSCallback guarded = MakeGuardedCallback(std::move(callback));
-  current->ExecuteCode(script, [guarded](const jb::JSResult<jb::JSValue>& result) mutable {
+  current->ExecuteCall(script, path, std::move(args), [guarded](const jb::JSResult<jb::JSValue>& result) mutable {
     JSResult converted;
     converted.success = result.success;
     if (result.success && result.value) converted.value = FromBridgeValue(*result.value);
@@ -201,7 +201,8 @@ void JSBridgeAdapter::CallFunction(const std::string& functionPath, const std::v
   std::vector<jb::JSValue> bridgeArgs;
   bridgeArgs.reserve(args.size());
   for (const JSValue& arg : args) bridgeArgs.push_back(ToBridgeValue(arg));
-  Submit(current, jb::BuildCallScript(functionPath, bridgeArgs), std::move(callback));
+  const std::string script = jb::BuildCallScript(functionPath, bridgeArgs);
+  Submit(current, script, std::move(callback), functionPath, std::move(bridgeArgs));
 }
 
 void JSBridgeAdapter::Cleanup() {

@@ -66,8 +66,11 @@ class JSBridgeAdapter {
  private:
   std::shared_ptr<jsbridge::JSBridge> AcquireBridge();
   JSCallback MakeGuardedCallback(JSCallback callback);
+  // Queues `script`; when it is the call path(args...), both are passed on so
+  // the worker can make the call without compiling the text.
   void Submit(const std::shared_ptr<jsbridge::JSBridge>& bridge, const std::string& script,
-              JSCallback callback);
+              JSCallback callback, const std::string& path = std::string(),
+              std::vector<jsbridge::JSValue> args = {});
   void SetError(const std::string& text);
 
   std::shared_ptr<jsbridge::JSBridge> bridge;

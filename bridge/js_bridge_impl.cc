@@ -200,6 +200,8 @@ void JSBridgeImpl::WorkerThread() {
     // The loop also ends when the process is exiting: the exit handler then
     // waits for this runtime, and the worker, as the isolate's owner, is the
     // one thread that may take it down while the host's threads go on.
+    // Standard output is buffered while the loop runs; the loop flushes it.
+    std::optional<log::StdoutBatch> batch(std::in_place);
     while (running_.load() && !NodeRuntime::IsProcessExiting() && !NoticeSdkExit()) {
       if (!isolate_ || !event_loop_) {
         NoV8Pass();
@@ -222,6 +224,7 @@ void JSBridgeImpl::WorkerThread() {
       }
       if (running_.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    batch.reset();
     if (sdk_exited_.load()) {
       // The call in flight was answered on a 1 ms timer that will not fire
       // any more; later calls are answered as an unavailable bridge.
@@ -274,6 +277,7 @@ void JSBridgeImpl::TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_pro
   v8::Context::Scope context_scope(context);
   ProcessPendingTasks(isolate);
   try {
+    log::FlushStdout();
     isolate->PerformMicrotaskCheckpoint();
   } catch (const std::exception& e) {
     log::Error("[JSBridge] Exception in microtask checkpoint: ", e.what());
@@ -286,6 +290,7 @@ void JSBridgeImpl::TaskPass(v8::Isolate* isolate, bool& had_tasks, bool& had_pro
 void JSBridgeImpl::CheckPendingPromises() {
   if (debug())
     log::Debug("[JSBridge] Checking ", promise_tracker_->GetPendingCount(), " pending promises");
+  log::FlushStdout();
   awaiter_->Check(isolate_->GetCurrentContext());
 }
 
@@ -332,6 +337,7 @@ void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
         v8::Local<v8::Context> context = context_.Get(isolate);
         if (context.IsEmpty()) return;
         v8::Context::Scope context_scope(context);
+        log::FlushStdout();  // SDK timers run JavaScript in the loop
         if (node::GetCurrentEnvironment(context))
           idle_->RunLoop(event_loop_, had_tasks, had_promises);
         else
@@ -341,7 +347,9 @@ void JSBridgeImpl::DriveEventLoop(bool had_tasks, bool had_promises) {
       log::Info("[JSBridge] Warning: Running libuv without V8 context");
       if (uv_loop_alive(event_loop_)) uv_run(event_loop_, UV_RUN_NOWAIT);
     }
-    // The idle pace of the worker; taken with no V8 lock held.
+    // The idle pace of the worker; taken with no V8 lock held, and with the
+    // lines logged so far written out.
+    log::FlushStdout();
     idle_->Pause(had_tasks, had_promises);
     if (!running_.load()) {
       log::Info("[JSBridge] Event loop received shutdown signal");
@@ -456,6 +464,7 @@ void JSBridgeImpl::CleanupNodeJS() {
           DirectV8Scope scope(isolate_);
           context_.Reset();
           fixed_scripts_.Clear();
+          call_templates_.Clear();
           // Undelivered 1 ms timers are closed without delivery, and the
           // closes are completed now so the loop can be closed later.
           CancelDelayedCallbacks();

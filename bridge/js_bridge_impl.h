@@ -15,6 +15,7 @@
 #include <thread>
 #include <unordered_set>
 
+#include "bridge/call_templates.h"
 #include "bridge/fixed_scripts.h"
 #include "bridge/js_value.h"
 #include "bridge/script_cache_trim.h"
@@ -144,6 +145,8 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   v8::Global<v8::Context> context_;
   // The per-call fixed scripts, compiled once for this environment.
   FixedScripts fixed_scripts_;
+  // SDK method calls, compiled once per path for this environment.
+  CallTemplates call_templates_;
   // Keeps V8's compilation cache from filling with distinct call scripts.
   ScriptCacheTrim script_cache_trim_;
   uv_loop_t* event_loop_ = nullptr;

@@ -1,6 +1,8 @@
 #include "bridge/script_writer.h"
 
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 #include "runtime/log.h"
 
@@ -37,33 +39,43 @@ size_t Utf8SequenceLength(const std::string& text, size_t i) {
   return length;
 }
 
+// Appends the character of `text` that starts at `i`: a whole UTF-8
+// sequence, U+FFFD for a bad byte, or an ASCII character through `plain`.
+// Returns the index of the character's last byte.
+template <typename Plain>
+size_t AppendCharacter(std::string& out, const std::string& text, size_t i, Plain plain) {
+  const char c = text[i];
+  if (static_cast<unsigned char>(c) < 0x80) {
+    plain(out, c);
+    return i;
+  }
+  // Text that is not UTF-8 would be read by V8 in its own way; it is
+  // replaced here, one U+FFFD per bad byte, so the script says exactly what
+  // it shows.
+  const size_t length = Utf8SequenceLength(text, i);
+  if (length == 0) {
+    out += "\xEF\xBF\xBD";
+    return i;
+  }
+  out.append(text, i, length);
+  return i + length - 1;
+}
+
 void AppendQuoted(std::string& out, const std::string& text) {
   out += '"';
   for (size_t i = 0; i < text.size(); ++i) {
-    const char c = text[i];
-    if (static_cast<unsigned char>(c) >= 0x80) {
-      // Text that is not UTF-8 would be read by V8 in its own way; it is
-      // replaced here, one U+FFFD per bad byte, so the script says exactly
-      // what it shows.
-      const size_t length = Utf8SequenceLength(text, i);
-      if (length == 0) {
-        out += "\xEF\xBF\xBD";
-      } else {
-        out.append(text, i, length);
-        i += length - 1;
+    i = AppendCharacter(out, text, i, [](std::string& o, char c) {
+      switch (c) {
+        case '"': o += "\\\""; break;
+        case '\\': o += "\\\\"; break;
+        case '\b': o += "\\b"; break;
+        case '\f': o += "\\f"; break;
+        case '\n': o += "\\n"; break;
+        case '\r': o += "\\r"; break;
+        case '\t': o += "\\t"; break;
+        default: o += c;
       }
-      continue;
-    }
-    switch (c) {
-      case '"': out += "\\\""; break;
-      case '\\': out += "\\\\"; break;
-      case '\b': out += "\\b"; break;
-      case '\f': out += "\\f"; break;
-      case '\n': out += "\\n"; break;
-      case '\r': out += "\\r"; break;
-      case '\t': out += "\\t"; break;
-      default: out += c;
-    }
+    });
   }
   out += '"';
 }
@@ -121,6 +133,23 @@ void Append(std::string& out, const JSValue& value) {
 }
 
 }  // namespace
+
+std::string WellFormedUtf8(const std::string& text) {
+  size_t i = 0;
+  while (i < text.size() && static_cast<unsigned char>(text[i]) < 0x80) ++i;
+  if (i == text.size()) return text;
+  std::string out(text, 0, i);
+  for (; i < text.size(); ++i) i = AppendCharacter(out, text, i, [](std::string& o, char c) { o += c; });
+  return out;
+}
+
+double LiteralNumberValue(double value) {
+  // Whole numbers below 2^53 print exactly, with six zero decimals.
+  if (value == std::trunc(value) && std::fabs(value) < 9007199254740992.0) return value;
+  char buf[400];
+  std::snprintf(buf, sizeof(buf), "%f", value);
+  return std::strtod(buf, nullptr);
+}
 
 std::string ToJavaScriptSource(const JSValue& value) {
   std::string out;

@@ -17,6 +17,13 @@ namespace jsbridge {
 // null.
 std::string ToJavaScriptSource(const JSValue& value);
 
+// The string a quoted literal of `text` makes: `text` itself, with each byte
+// that is not part of well-formed UTF-8 replaced by U+FFFD.
+std::string WellFormedUtf8(const std::string& text);
+
+// The number the "%f" literal of a finite `value` makes in JavaScript.
+double LiteralNumberValue(double value);
+
 // "path(arg1, arg2, ...)".
 std::string BuildCallScript(const std::string& path, const std::vector<JSValue>& args);
 

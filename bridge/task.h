@@ -30,7 +30,10 @@ struct Task {
   std::string function_name;  // CallFunction
   std::string module_path;    // LoadModule
   std::string global_name;    // GetGlobal, SetGlobal
-  std::vector<JSValue> args;  // CallFunction
+  std::vector<JSValue> args;  // CallFunction; an ExecuteCode call's arguments
+  // ExecuteCode made from a call "call_path(args...)": `code` is its text,
+  // and the worker may run it through a call template instead of compiling it.
+  std::string call_path;
   JSValue global_value;       // SetGlobal
 
   ValueCallback js_callback;

@@ -44,6 +44,7 @@ v8::MaybeLocal<v8::Value> CompileAndRun(v8::Local<v8::Context> context, const st
 void JSBridgeImpl::ProcessSingleTask(const std::shared_ptr<Task>& task, v8::Local<v8::Context> context,
                                      v8::Isolate* isolate) {
   if (!task) return;
+  log::FlushStdout();  // the task's JavaScript may write to the console
   try {
     if (context.IsEmpty() || !isolate) {
       InvokeCallback(task, Fail("Invalid parameters for task processing"));
@@ -102,14 +103,18 @@ JSResult<JSValue> JSBridgeImpl::ExecuteCodeTask(const std::shared_ptr<Task>& tas
               task->code.size() > 100 ? "..." : "");
   }
   v8::Isolate* isolate = context->GetIsolate();
-  v8::Local<v8::String> source;
-  v8::Local<v8::Script> script;
-  if (!V8StringFromUtf8(isolate, task->code).ToLocal(&source) ||
-      !v8::Script::Compile(context, source).ToLocal(&script))
-    return Fail("Script compilation failed");
-  script_cache_trim_.NoteCompile(task->code);
+  v8::MaybeLocal<v8::Value> ran;
+  if (task->call_path.empty() || !call_templates_.Run(context, task->call_path, task->args, &ran)) {
+    v8::Local<v8::String> source;
+    v8::Local<v8::Script> script;
+    if (!V8StringFromUtf8(isolate, task->code).ToLocal(&source) ||
+        !v8::Script::Compile(context, source).ToLocal(&script))
+      return Fail("Script compilation failed");
+    script_cache_trim_.NoteCompile(task->code);
+    ran = script->Run(context);
+  }
   v8::Local<v8::Value> value;
-  if (!script->Run(context).ToLocal(&value)) return Fail("Script execution failed");
+  if (!ran.ToLocal(&value)) return Fail("Script execution failed");
   if (value->IsPromise()) {
     log::Info("[JSBridge] ✅ ExecuteCodeTask returned Promise, handling asynchronously");
     awaiter_->Await(value.As<v8::Promise>(), context, task);

@@ -1,6 +1,8 @@
 #include "runtime/log.h"
 
+#include <stdio_ext.h>
 #include <strings.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -95,6 +97,9 @@ void Emit(int32_t level, bool to_error_stream, LineBuffer& line) {
     }
   }
   text[n] = '\n';
+  // Buffered lines of standard output go first, so that both streams keep
+  // their order when they are one file.
+  if (to_error_stream) std::fflush(stdout);
   std::fwrite(text, 1, n + 1, to_error_stream ? stderr : stdout);
 }
 
@@ -130,6 +135,47 @@ int32_t ParseLevelName(const char* name) {
 void FlushAll() {
   std::fflush(stdout);
   std::fflush(stderr);
+}
+
+void FlushStdout() {
+  // With nothing pending this is a lock and a comparison, no system call.
+  std::fflush(stdout);
+}
+
+namespace {
+
+struct Batching {
+  std::mutex m;
+  int holders = 0;
+  bool switched = false;  // this batching made the stream buffered
+  char buffer[BUFSIZ];
+};
+
+Batching& TheBatching() {
+  // Never destroyed: the buffer must outlive every use of the stream.
+  static Batching* batching = new Batching;
+  return *batching;
+}
+
+}  // namespace
+
+StdoutBatch::StdoutBatch() {
+  Batching& b = TheBatching();
+  std::lock_guard<std::mutex> lock(b.m);
+  if (b.holders++ > 0) return;
+  // An unbuffered stream has a one-byte buffer. One the host buffers itself,
+  // and a terminal, are left as they are.
+  if (__fbufsize(stdout) > 1 || isatty(STDOUT_FILENO)) return;
+  b.switched = std::setvbuf(stdout, b.buffer, _IOFBF, sizeof(b.buffer)) == 0;
+}
+
+StdoutBatch::~StdoutBatch() {
+  Batching& b = TheBatching();
+  std::lock_guard<std::mutex> lock(b.m);
+  if (--b.holders > 0 || !b.switched) return;
+  b.switched = false;
+  std::fflush(stdout);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
 }  // namespace log

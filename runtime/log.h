@@ -14,11 +14,23 @@
 // for lines up to a kilobyte); the texts are those a std::ostream would print
 // for the same arguments (bool as 0/1, doubles with six significant digits,
 // pointers in hex). A line is written whole with one fwrite, so lines from
-// different threads never interleave. Flushing: standard output keeps stdio's
-// buffering (line-buffered on a terminal, block-buffered to a file or pipe)
-// and is flushed by FlushAll (at the end of Morvanta_Uninitialize and at
-// process exit), not after every line: a flush per line is a system call per
-// line. Standard error is unbuffered.
+// different threads never interleave.
+//
+// Flushing. Node makes standard output unbuffered when it starts, so each
+// line is one system call. While a bridge worker runs its loop (and standard
+// output is neither a terminal nor buffered by the host) it holds a
+// StdoutBatch, which buffers the stream in blocks; lines then reach the
+// descriptor in the order they were logged, and in order with what else
+// writes there:
+//   - the host's own stdio output shares the stream's buffer;
+//   - JavaScript's console writes to the descriptor directly, so the worker
+//     flushes standard output (FlushStdout) before it runs any;
+//   - an error line (standard error, unbuffered) flushes standard output
+//     first, so the two keep their order when they go to one file;
+//   - the worker flushes whenever it goes idle (within a millisecond or a
+//     tick of its loop), and the stream is unbuffered again, and so flushed,
+//     when the last batch ends.
+// Outside a batch every line is written at once, as before.
 #pragma once
 
 #include <atomic>
@@ -57,6 +69,20 @@ int32_t ParseLevelName(const char* name);
 
 // Flushes standard output and standard error.
 void FlushAll();
+// Flushes standard output: the worker calls it before it runs JavaScript and
+// when it goes idle. Cheap (no system call) when nothing is pending.
+void FlushStdout();
+
+// Buffers standard output in blocks while at least one batch lives, if it
+// was unbuffered and is not a terminal when the first batch began; the last
+// one to end makes it unbuffered again. Any thread.
+class StdoutBatch {
+ public:
+  StdoutBatch();
+  ~StdoutBatch();
+  StdoutBatch(const StdoutBatch&) = delete;
+  StdoutBatch& operator=(const StdoutBatch&) = delete;
+};
 
 namespace detail {
 

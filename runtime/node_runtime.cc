@@ -416,6 +416,7 @@ bool NodeRuntime::TransferOwnership(std::thread::id thread_id) {
 
 void NodeRuntime::DriveEventLoop() {
   if (!initialized_ || !setup_ || !setup_->event_loop()) return;
+  log::FlushStdout();  // microtasks and timers run JavaScript
   v8::Isolate* isolate = setup_->isolate();
   {
     DirectV8Scope scope(isolate);
