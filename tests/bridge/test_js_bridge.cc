@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "bridge/js_bridge.h"
+#include "runtime/log.h"
 #include "support/bridge_harness.h"
 
 using namespace morvanta_test;
@@ -274,6 +275,35 @@ TEST_F(BridgeTest, EachTaskIsAnsweredExactlyOnceOnTheWorkerInSubmissionOrderComp
   }
   EXPECT_EQ(delivery_threads.size(), 1u);
   EXPECT_EQ(delivery_threads.count(std::this_thread::get_id()), 0u);
+}
+
+// The worker buffers the library's lines, while JavaScript's console writes
+// to the descriptor directly: a line logged before a script runs must still
+// come out before what the script prints, and one logged after it, after.
+TEST(BridgeLogOrder, LinesAndTheConsoleOutputOfScriptsKeepTheirOrder) {
+  morvanta::log::SetHandler(nullptr, nullptr);
+  ::testing::internal::CaptureStdout();
+  {
+    JSBridge bridge;
+    ASSERT_TRUE(bridge.Initialize(JSBridgeConfig{}));
+    for (int i = 0; i < 3; ++i) {
+      const std::string n = std::to_string(i);
+      morvanta::log::Info("[OrderTest] before " + n);
+      auto r = RunScript(bridge, "console.log('[OrderTest] script " + n + "'); 1");
+      ASSERT_TRUE(r.success) << ErrorText(r);
+      morvanta::log::Info("[OrderTest] after " + n);
+    }
+    bridge.Shutdown();
+  }
+  const std::string out = ::testing::internal::GetCapturedStdout();
+  std::vector<std::string> seen;
+  for (size_t at = out.find("[OrderTest] "); at != std::string::npos; at = out.find("[OrderTest] ", at + 1))
+    seen.push_back(out.substr(at, out.find('\n', at) - at));
+  const std::vector<std::string> expected = {
+      "[OrderTest] before 0", "[OrderTest] script 0", "[OrderTest] after 0", "[OrderTest] before 1",
+      "[OrderTest] script 1", "[OrderTest] after 1", "[OrderTest] before 2", "[OrderTest] script 2",
+      "[OrderTest] after 2"};
+  EXPECT_EQ(seen, expected);
 }
 
 TEST_F(BridgeTest, ACallbackThatThrowsDoesNotStopTheWorker) {

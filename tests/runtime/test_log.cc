@@ -4,8 +4,12 @@
 #include "runtime/log.h"
 
 #include <gtest/gtest.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <cmath>
+#include <cstdio>
+#include <fstream>
 #include <cstdlib>
 #include <limits>
 #include <mutex>
@@ -185,6 +189,85 @@ TEST(LogStreams, WithoutAHandlerLinesKeepTheirStreamAndNewline) {
   const std::string out = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(out, "[Tag] out 1\n[Tag] debug out\n");
   EXPECT_EQ(err, "[Tag] ❌ err 2.5\n[Tag] debug err\n");
+}
+
+// Standard output and error pointed at one file for a test, as a host's log
+// redirection would; put back afterwards.
+class SharedLogFile {
+ public:
+  SharedLogFile() : path_(::testing::TempDir() + "morvanta_log_batch.txt") {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    saved_out_ = dup(STDOUT_FILENO);
+    saved_err_ = dup(STDERR_FILENO);
+    const int fd = open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0644);
+    dup2(fd, STDOUT_FILENO);
+    dup2(fd, STDERR_FILENO);
+    close(fd);
+  }
+  ~SharedLogFile() {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    dup2(saved_out_, STDOUT_FILENO);
+    dup2(saved_err_, STDERR_FILENO);
+    close(saved_out_);
+    close(saved_err_);
+    std::remove(path_.c_str());
+  }
+  // What has reached the file so far (not what a buffer still holds).
+  std::string Text() const {
+    std::ifstream in(path_);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
+
+ private:
+  std::string path_;
+  int saved_out_ = -1;
+  int saved_err_ = -1;
+};
+
+TEST(LogStreams, ABatchHoldsLinesUntilAFlushAndKeepsThemInOrderWithErrorLines) {
+  log::SetHandler(nullptr, nullptr);
+  std::fflush(stdout);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);  // as Node leaves it
+  SharedLogFile file;
+  log::Info("[Tag] before");
+  EXPECT_EQ(file.Text(), "[Tag] before\n");  // unbuffered: at once
+  {
+    log::StdoutBatch batch;
+    log::Info("[Tag] one");
+    EXPECT_EQ(file.Text(), "[Tag] before\n");
+    log::FlushStdout();
+    EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n");
+    // An error line goes to the other stream, after what was held.
+    log::Info("[Tag] two");
+    log::Error("[Tag] ❌ three");
+    EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n");
+    log::Info("[Tag] four");
+    { log::StdoutBatch inner; }  // a batch ending inside another keeps it
+    EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n");
+  }
+  // The last batch's end writes what was held and unbuffers the stream.
+  EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n[Tag] four\n");
+  log::Info("[Tag] after");
+  EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n[Tag] four\n[Tag] after\n");
+}
+
+TEST(LogStreams, AStreamTheHostBuffersItselfIsLeftAsItIs) {
+  log::SetHandler(nullptr, nullptr);
+  static char host_buffer[4096];
+  std::fflush(stdout);
+  std::setvbuf(stdout, host_buffer, _IOFBF, sizeof(host_buffer));
+  {
+    SharedLogFile file;
+    { log::StdoutBatch batch; }
+    // Still the host's block buffering after the batch: nothing written yet.
+    log::Info("[Tag] held by the host's buffer");
+    EXPECT_EQ(file.Text(), "");
+    std::fflush(stdout);
+    EXPECT_EQ(file.Text(), "[Tag] held by the host's buffer\n");
+  }
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
 }
 
 TEST(LogLevelNames, EnvironmentNamesParse) {
