@@ -157,8 +157,16 @@ MORVANTA_API void Morvanta_DestroySDKHandle(MorvantaSDK_T* handle);
  * cross are errors, lines marked with a warning sign are warnings, the
  * bridge's verbose lines (written only when the configuration's `debug` is
  * on) are debug, the rest info. Without a handler a line goes, with its
- * newline, to standard output or standard error as always; standard output
- * keeps stdio's buffering and is flushed when the library shuts down.
+ * newline, to standard output or standard error as always. The embedded
+ * runtime makes standard output unbuffered when it starts. While the library
+ * is initialized, and only if standard output is then unbuffered and not a
+ * terminal (a file or pipe the host did not buffer itself), the library
+ * buffers it in blocks: lines, and the host's own stdio output, reach the
+ * descriptor within about a millisecond of the worker going idle (at most
+ * one 50 ms tick in the concurrent bridge mode), always before the SDK's
+ * JavaScript runs and before any error line, and all at the end of
+ * Morvanta_Uninitialize. The bytes and their order are unchanged. Outside
+ * that time standard output is left unbuffered.
  *
  * The level can also be set by the environment variable MORVANTA_LOG_LEVEL
  * (debug, info, warning, error or off, read when the first line is logged);
