@@ -223,7 +223,7 @@ void JSBridgeImpl::WorkerThread() {
       if (running_.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     if (sdk_exited_.load()) {
-      // The call in flight was answered on a 1 ms timer that will not fire
+      // The call in flight was answered on a delivery timer that will not fire
       // any more; later calls are answered as an unavailable bridge.
       DeliverDelayedCallbacks();
       RefuseQueuedTasks();
@@ -456,7 +456,7 @@ void JSBridgeImpl::CleanupNodeJS() {
           DirectV8Scope scope(isolate_);
           context_.Reset();
           fixed_scripts_.Clear();
-          // Undelivered 1 ms timers are closed without delivery, and the
+          // Undelivered delivery timers are closed without delivery, and the
           // closes are completed now so the loop can be closed later.
           CancelDelayedCallbacks();
           uv_run(event_loop_, UV_RUN_NOWAIT);
