@@ -2,11 +2,7 @@
 // takes, the refusal while initialised, the environment variable losing to
 // an explicit choice, and sessions in both modes in one process; and what the
 // concurrent mode promises a host at Morvanta_Uninitialize.
-#include <unistd.h>
-
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -62,29 +58,11 @@ struct ThreadedSlot : Slot {
   }
 };
 
-// A scenario file for the sandbox SDK, named by MORVANTA_SANDBOX_SCENARIO
-// while it lives.
-class ScenarioFile {
- public:
-  explicit ScenarioFile(const std::string& json)
-      : path_("/tmp/morvanta-scenario-" + std::to_string(getpid()) + ".json") {
-    std::ofstream(path_) << json;
-    setenv("MORVANTA_SANDBOX_SCENARIO", path_.c_str(), 1);
-  }
-  ~ScenarioFile() {
-    unsetenv("MORVANTA_SANDBOX_SCENARIO");
-    std::remove(path_.c_str());
-  }
-
- private:
-  std::string path_;
-};
-
 }  // namespace
 
 TEST(BridgeModeApi, ConcurrentOnlyUninitializeAnswersEveryPendingCallOnceBeforeItReturns) {
   // Every nickname change hangs: its promise never settles.
-  ScenarioFile scenario(R"({"overrides": {"account.updateNickname": {"fail": "hang"}}})");
+  Scenario scenario(R"({"overrides": {"account.updateNickname": {"fail": "hang"}}})");
   ASSERT_EQ(Morvanta_SetBridgeMode(MORVANTA_BRIDGE_MODE_CONCURRENT), 0);
   MorvantaInitConfig config = SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
