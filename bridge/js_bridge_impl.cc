@@ -456,7 +456,7 @@ void JSBridgeImpl::CleanupNodeJS() {
           DirectV8Scope scope(isolate_);
           context_.Reset();
           fixed_scripts_.Clear();
-          // Undelivered delivery timers are closed without delivery, and the
+          // Undelivered 1 ms timers are closed without delivery, and the
           // closes are completed now so the loop can be closed later.
           CancelDelayedCallbacks();
           uv_run(event_loop_, UV_RUN_NOWAIT);
