@@ -22,17 +22,13 @@
 // clears it every 10,000 calls so that only the library's memory is measured.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <iostream>
 #include <memory>
 #include <mutex>
@@ -40,13 +36,13 @@
 #include <thread>
 #include <vector>
 
+#include "bench_support.h"
 #include "morvanta.h"
 #include "support/sandbox_config.h"
-#include "support/sandbox_eval.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using namespace morvanta_bench;
 
 constexpr size_t kWindow = 1000;
 constexpr char kFileLog[] = "bench_call_path.log";
@@ -56,23 +52,7 @@ MorvantaAccountManager_T* g_account = nullptr;
 std::atomic<uint64_t> g_serial{0};
 int g_original_stdout = -1;
 
-double Ms(Clock::duration d) { return std::chrono::duration<double, std::milli>(d).count(); }
-
-// Process CPU time (all threads, user + system) in microseconds.
-double CpuMicros() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e6 +
-         static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
-}
-
-double RssMiB() {
-  std::ifstream status("/proc/self/status");
-  std::string line;
-  while (std::getline(status, line))
-    if (line.rfind("VmRSS:", 0) == 0) return std::atof(line.c_str() + 6) / 1024.0;
-  return -1;
-}
+double RssMiB() { return static_cast<double>(RssKiB()) / 1024.0; }
 
 // Points the library's log (standard output) at `path`, truncated.
 void LogTo(const char* path) {
@@ -81,10 +61,6 @@ void LogTo(const char* path) {
   if (fd < 0) return;
   dup2(fd, STDOUT_FILENO);
   close(fd);
-}
-
-morvanta::JSValue Eval(const std::string& script) {
-  return morvanta_test::SandboxEval(script, std::chrono::seconds(60));
 }
 
 // JavaScript heap in use after a full collection, in MiB (-1 if unknown).
@@ -101,54 +77,22 @@ double JsHeapAfterFullGcMiB() {
   return v.IsNumber() ? v.numberValue / (1024.0 * 1024.0) : -1.0;
 }
 
-// A group of calls in flight; shared with their callbacks.
-struct Group {
-  explicit Group(size_t n) : remaining(n), issued_at(n) {}
-  std::atomic<size_t> remaining;
-  std::atomic<size_t> failures{0};
-  std::vector<Clock::time_point> issued_at;
-  std::vector<double> latency_ms;
-  std::mutex mutex;
-  std::condition_variable cv;
-};
-
-struct CallSlot {
-  std::shared_ptr<Group> group;
-  size_t index;
-};
-
-void OnAnswer(int code, const char*, void* user_data) {
-  auto* slot = static_cast<CallSlot*>(user_data);
-  std::shared_ptr<Group> group = std::move(slot->group);
-  const size_t index = slot->index;
-  delete slot;
-  if (code != 0) group->failures.fetch_add(1);
-  std::lock_guard<std::mutex> lock(group->mutex);
-  group->latency_ms[index] = Ms(Clock::now() - group->issued_at[index]);
-  if (group->remaining.fetch_sub(1) == 1) group->cv.notify_all();
-}
-
 // Issues `n` calls at once and waits for every answer (60 s limit).
 // Returns the group, or null after telling the benchmark what went wrong.
-std::shared_ptr<Group> RunGroup(benchmark::State& state, size_t n, bool distinct) {
-  auto group = std::make_shared<Group>(n);
-  group->latency_ms.assign(n, -1.0);
-  char name[32];
-  for (size_t i = 0; i < n; ++i) {
+std::shared_ptr<CallGroup> RunGroup(benchmark::State& state, size_t n, bool distinct) {
+  auto group = IssueNicknames(g_account, n, [distinct](size_t) {
+    char name[32];
     if (distinct)
       std::snprintf(name, sizeof name, "n-%09llu", static_cast<unsigned long long>(g_serial.fetch_add(1)));
     else
       std::snprintf(name, sizeof name, "n-same");
-    group->issued_at[i] = Clock::now();
-    auto* slot = new CallSlot{group, i};
-    if (Morvanta_Account_UpdateNickname(g_account, name, OnAnswer, slot) != 0) {
-      delete slot;
-      state.SkipWithError("Morvanta_Account_UpdateNickname refused a call");
-      return nullptr;
-    }
+    return std::string(name);
+  });
+  if (!group) {
+    state.SkipWithError("Morvanta_Account_UpdateNickname refused a call");
+    return nullptr;
   }
-  std::unique_lock<std::mutex> lock(group->mutex);
-  if (!group->cv.wait_for(lock, std::chrono::seconds(60), [&] { return group->remaining.load() == 0; })) {
+  if (!group->Wait(std::chrono::seconds(60))) {
     state.SkipWithError("calls not answered within 60 s");
     return nullptr;
   }
@@ -159,21 +103,12 @@ std::shared_ptr<Group> RunGroup(benchmark::State& state, size_t n, bool distinct
   return group;
 }
 
-double Percentile(std::vector<double> v, double p) {
-  if (v.empty()) return 0;
-  std::sort(v.begin(), v.end());
-  return v[std::min(v.size() - 1, static_cast<size_t>(p * static_cast<double>(v.size() - 1) + 0.5))];
-}
-
 bool OpenSession() {
   MorvantaInitConfig c = morvanta_test::SandboxConfig("bench-app-key-0001");
   if (Morvanta_Initialize(&c, &g_sdk) != 0) return false;
-  Eval("morVantaSandbox.configure({meeting: {memberCount: 0, script: [], rtcStatsIntervalMs: 0}})");
-  morvanta::JSValue login = Eval(
-      "morVantaMeeting.getAccountManager().loginByPassword({username: 'alice', password: 'alice-password'})"
-      ".then(function () { return true; })");
+  const bool logged_in = LogInQuietly();
   g_account = Morvanta_GetAccountManager(g_sdk);
-  return login.IsBool() && g_account != nullptr;
+  return logged_in && g_account != nullptr;
 }
 
 void CloseSession() {

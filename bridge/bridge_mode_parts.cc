@@ -54,6 +54,10 @@ void JSBridgeImpl::AdoptBridgeMode() {
   promise_tracker_ = std::make_unique<PromiseTracker>(isolate_);
   awaiter_ = MakeTrackedAwaiter(*this, *promise_tracker_);
   idle_ = MakeLoopIdle(event_loop_);
+  // Outcomes still leave the task's JavaScript through a timer on the
+  // worker, but one due at once: the next uv_run fires it before the loop
+  // sleeps. A 1 ms timer would add a whole loop wake-up to every call.
+  delivery_timer_ms_ = 0;
   ChannelWakeHub* hub = channel_wakes_.get();
   safe_accessor_->ExecuteVoidOperation([this, hub](v8::Isolate* isolate) {
     v8::Local<v8::Context> context = context_.Get(isolate);

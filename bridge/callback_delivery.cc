@@ -12,7 +12,8 @@ namespace jsbridge {
 
 using Clock = std::chrono::steady_clock;
 
-// A 1 ms one-shot timer that carries one delivery. Freed by the timer's close
+// A one-shot timer (1 ms, or 0 ms in the concurrent mode) that carries one
+// delivery. Freed by the timer's close
 // callback; registered with the bridge until then so that a teardown can
 // close it without delivering.
 struct DelayedCallback {
@@ -102,7 +103,7 @@ void JSBridgeImpl::InvokeCallbackAfterV8Unlock(const std::shared_ptr<Task>& task
       return;
     }
     delayed_callbacks_.insert(delayed);
-    rc = uv_timer_start(&delayed->timer, &DelayedCallback::OnTimer, 1, 0);
+    rc = uv_timer_start(&delayed->timer, &DelayedCallback::OnTimer, delivery_timer_ms_, 0);
     if (rc != 0) {
       log::Error("[JSBridge] Failed to start timer for delayed callback: ", uv_strerror(rc));
       delayed->Close();

@@ -4,7 +4,8 @@
 // blocking wait's handler and extraction scripts run against that slot
 // instead of globalThis (so the answers have the same shapes and texts), and
 // the PromiseTracker watches a promise that settles once the slot is written.
-// Answers follow settlement order and take the usual 1 ms delivery timer.
+// Answers follow settlement order and leave through the delivery timer, due
+// at once in this mode (AdoptBridgeMode).
 #include <chrono>
 #include <exception>
 #include <string>

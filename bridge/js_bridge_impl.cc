@@ -226,7 +226,7 @@ void JSBridgeImpl::WorkerThread() {
     }
     batch.reset();
     if (sdk_exited_.load()) {
-      // The call in flight was answered on a 1 ms timer that will not fire
+      // The call in flight was answered on a delivery timer that will not fire
       // any more; later calls are answered as an unavailable bridge.
       DeliverDelayedCallbacks();
       RefuseQueuedTasks();

@@ -55,8 +55,8 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   void SubmitTask(std::shared_ptr<Task> task);
 
   // Delivery of a task's outcome: at most once per task. From inside the V8
-  // lock it goes through a 1 ms libuv timer; otherwise directly, or on a
-  // thread of its own when async_callbacks is set.
+  // lock it goes through a one-shot libuv timer (delivery_timer_ms_);
+  // otherwise directly, or on a thread of its own when async_callbacks is set.
   void InvokeCallback(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
   void InvokeCallbackSync(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
   void InvokeCallbackAsync(const std::shared_ptr<Task>& task, const JSResult<JSValue>& result);
@@ -129,7 +129,7 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // Shutdown.
   void CleanupNodeJS();
   void CancelDelayedCallbacks();
-  // Delivers the pending 1 ms timers' outcomes now (the worker is ending).
+  // Delivers the pending delivery timers' outcomes now (the worker is ending).
   void DeliverDelayedCallbacks();
 
   std::atomic<bool> initialized_{false};
@@ -170,8 +170,11 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // or the worker itself when shutdown gave up waiting or the process exits.
   std::mutex phase_mutex_;
   WorkerPhase worker_phase_ = WorkerPhase::Running;
-  // 1 ms delivery timers not yet fired; closed without delivery at teardown.
+  // Delivery timers not yet fired; closed without delivery at teardown.
   std::unordered_set<DelayedCallback*> delayed_callbacks_;
+  // The delivery timers' timeout, set by AdoptBridgeMode: 1 ms, or 0 ms
+  // (the next turn of the loop) when the worker sleeps in libuv.
+  uint64_t delivery_timer_ms_ = 1;
 };
 
 }  // namespace jsbridge

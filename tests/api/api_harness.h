@@ -3,8 +3,12 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <cstring>
 #include <vector>
 #include <condition_variable>
@@ -51,6 +55,27 @@ struct Slot {
     }
     slot->Record(code, message);
   }
+};
+
+// Writes a sandbox scenario and points the SDK (of this process and of its
+// children) at it; removes it again on destruction.
+class Scenario {
+ public:
+  explicit Scenario(const std::string& json) {
+    char name[] = "/tmp/morvanta-scenario-XXXXXX";
+    int fd = mkstemp(name);
+    if (fd >= 0) close(fd);
+    path_ = name;
+    std::ofstream(path_) << json;
+    setenv("MORVANTA_SANDBOX_SCENARIO", path_.c_str(), 1);
+  }
+  ~Scenario() {
+    unsetenv("MORVANTA_SANDBOX_SCENARIO");
+    std::remove(path_.c_str());
+  }
+
+ private:
+  std::string path_;
 };
 
 class InitializedLibrary : public ::testing::Test {

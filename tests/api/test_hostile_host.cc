@@ -138,6 +138,21 @@ TEST(HostileHost, ReturnFromMainDuringEndlessJavaScriptOrANeverSettlingPromiseEn
   }
 }
 
+TEST(HostileHost, ConcurrentOnlyReturnFromMainWithCallsPendingCallsNothingBackAndEndsInTime) {
+  setenv("MORVANTA_BRIDGE_MODE", "concurrent", 1);
+  ProcessResult r = RunHostile("return-with-pending", "hang", "PROBE: returning from main");
+  ASSERT_FALSE(r.timed_out) << r.output;
+  ASSERT_TRUE(r.exited) << "signal " << r.signal << "\n" << r.output;
+  EXPECT_EQ(r.exit_code, 0) << r.output;
+  ASSERT_GE(r.seconds_after_text, 0) << r.output;
+  EXPECT_LT(r.seconds_after_text, kExitLimitSeconds) << r.output;
+  EXPECT_NE(ProbeLine(r.output, "behind").find("rc=0 answered=1 code=0 "), std::string::npos) << r.output;
+  // The worker drops the entries when it sees the exit; none is answered.
+  EXPECT_EQ(CountOf(r.output, "[JSBridge] Process exiting: dropping 20 pending promises"), 1) << r.output;
+  EXPECT_EQ(CountOf(r.output, "PROBE: callback"), 0) << r.output;
+  EXPECT_EQ(CountOf(r.output, "[NodeRuntime] ✅ V8::Dispose() completed"), 1) << r.output;
+}
+
 TEST(HostileSdk, OddAnswersAndOddHostStringsAreAnsweredAtOnceAsValidUtf8) {
   for (const char* hostile : {"reject-throwing-message", "reject-null-prototype"}) {
     SCOPED_TRACE(hostile);

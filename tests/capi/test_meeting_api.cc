@@ -1,6 +1,7 @@
 // Meeting operations and the meeting event channel through the exported
 // functions. The SDK side is replaced per test where the exact call matters,
 // and events are fired through the JavaScript listener the library installs.
+#include <algorithm>
 #include <atomic>
 #include <thread>
 
@@ -249,6 +250,46 @@ TEST_F(MeetingApi, EventsReachCListenersInOrderAndMalformedOnesAreDropped) {
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   std::lock_guard<std::mutex> lock(heard.mutex);
   EXPECT_EQ(heard.events, expected);
+}
+
+TEST_F(MeetingApi, ConcurrentOnlyAnEventReachesItsListenerLongBeforeTheNextPoll) {
+  if (Morvanta_GetBridgeMode() != MORVANTA_BRIDGE_MODE_CONCURRENT) GTEST_SKIP() << "needs the concurrent mode";
+  struct Arrivals {
+    std::mutex mutex;
+    std::vector<std::chrono::steady_clock::time_point> at;
+  } arrivals;
+  MorvantaMeetingListener l{};
+  l.onMemberAudioMuteChanged = [](const char*, bool, void* ud) {
+    auto* a = static_cast<Arrivals*>(ud);
+    std::lock_guard<std::mutex> lock(a->mutex);
+    a->at.push_back(std::chrono::steady_clock::now());
+  };
+  l.user_data = &arrivals;
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  ASSERT_TRUE(MeetingRegistered());
+  auto arrived = [&] {
+    std::lock_guard<std::mutex> lock(arrivals.mutex);
+    return arrivals.at.size();
+  };
+  // One event at a time, at uneven gaps, so that the fire times fall all
+  // over the 100 ms poll's period: by the poll alone the median would be
+  // near 50 ms, and below 25 ms for 15 events only by rare chance.
+  constexpr size_t kEvents = 15;
+  std::vector<double> latency_ms;
+  for (size_t i = 0; i < kEvents; ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20 + (i * 17) % 40));
+    const auto fired = std::chrono::steady_clock::now();
+    Fire("onMemberAudioMuteChanged({uuid: 'u" + std::to_string(i) + "'}, true, null)");
+    const auto until = fired + std::chrono::seconds(2);
+    while (arrived() <= i && std::chrono::steady_clock::now() < until)
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    ASSERT_EQ(arrived(), i + 1) << "event " << i;
+    std::lock_guard<std::mutex> lock(arrivals.mutex);
+    latency_ms.push_back(std::chrono::duration<double, std::milli>(arrivals.at[i] - fired).count());
+  }
+  std::sort(latency_ms.begin(), latency_ms.end());
+  EXPECT_LT(latency_ms[kEvents / 2], 25.0) << "median of " << kEvents << " events";
+  ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), 0);
 }
 
 TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {

@@ -10,6 +10,8 @@
 //   hostile_probe exit-in-callback    exit(0) inside a completion callback
 //   hostile_probe exit-in-listener    exit(0) inside a global listener
 //   hostile_probe return-during-call  return from main while a call runs
+//   hostile_probe return-with-pending return from main with 20 calls in
+//                                     flight (concurrent mode)
 //   hostile_probe answers             odd answers and odd host strings
 //
 // Its own lines start with "PROBE:" and go to standard error.
@@ -71,6 +73,12 @@ void ExitFromCallback(int, const char*, uint32_t, void*) {
 void ExitFromListener(const char* room, void*) {
   std::fprintf(stderr, "PROBE: calling exit(0) from a listener for %s\n", room);
   std::exit(0);
+}
+
+// A callback that must not come: says so when it does.
+void OnUnexpected(int code, const char* message, void* user) {
+  std::fprintf(stderr, "PROBE: callback code=%d message=%s\n", code, message ? message : "");
+  static_cast<Slot*>(user)->Fill(code, message);
 }
 
 void Say(const std::string& line) { std::fprintf(stderr, "PROBE: %s\n", line.c_str()); }
@@ -179,6 +187,15 @@ int main(int argc, char** argv) {
     Morvanta_Audio_MuteMyAudio(audio, &OnDone, &slot);
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
     Say("returning from main with the call running");
+    return 0;
+  }
+  if (mode == "return-with-pending") {
+    static MorvantaAudioManager_T* audio = Start();
+    static Slot slots[20];
+    for (Slot& slot : slots) Morvanta_Audio_MuteMyAudio(audio, &OnUnexpected, &slot);
+    // Taken by the worker after all of them, so they are all in flight.
+    Volume(audio, "behind");
+    Say("returning from main with 20 calls pending");
     return 0;
   }
   if (mode == "answers") {
