@@ -465,7 +465,7 @@ void JSBridgeImpl::CleanupNodeJS() {
           context_.Reset();
           fixed_scripts_.Clear();
           call_templates_.Clear();
-          // Undelivered 1 ms timers are closed without delivery, and the
+          // Undelivered delivery timers are closed without delivery, and the
           // closes are completed now so the loop can be closed later.
           CancelDelayedCallbacks();
           uv_run(event_loop_, UV_RUN_NOWAIT);
