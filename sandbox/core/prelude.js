@@ -18,8 +18,6 @@
  * one script, joined at build time from the files listed in sandbox/parts.txt.
  */
 
-const fs = require('fs');
-
 const SDK_VERSION = '1.0.0-sandbox';
 const DEFAULT_SERVER_URL = 'https://sandbox.morvanta.test';
 
