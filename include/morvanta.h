@@ -166,7 +166,8 @@ MORVANTA_API void Morvanta_DestroySDKHandle(MorvantaSDK_T* handle);
  * one 50 ms tick in the concurrent bridge mode), always before the SDK's
  * JavaScript runs and before any error line, and all at the end of
  * Morvanta_Uninitialize. The bytes and their order are unchanged. Outside
- * that time standard output is left unbuffered.
+ * that time standard output is left unbuffered. As with any buffered stdio,
+ * a host that forks while initialized should fflush(stdout) first.
  *
  * The level can also be set by the environment variable MORVANTA_LOG_LEVEL
  * (debug, info, warning, error or off, read when the first line is logged);
