@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Installs what the build needs and is quick when everything is already present.
 #  - Debian packages: compilers, CMake/Ninja, GoogleTest, Google Benchmark, RapidJSON,
-#    libuv, and the JavaScript builtins that libnode loads from /usr/share/nodejs.
+#    libuv, and the JavaScript builtins that libnode loads from /usr/share/nodejs;
+#    GLib (the main-loop helper's test), Qt 6 (the desktop app), dpkg-dev (packages),
+#    and Debian's Python test and packaging tools for /usr/bin/python3.
 #  - libnode (Node 18): a real `apt-get install libnode-dev` where the package manager
 #    accepts it; otherwise (a newer nodejs package conflicts with it) the .debs are
 #    downloaded and unpacked into .deps/libnode, which CMake then uses with an RPATH.
@@ -12,7 +14,9 @@ stamp="$deps/.setup-ok"
 
 pkgs=(cmake ninja-build g++ clang libclang-rt-14-dev googletest libgtest-dev libgmock-dev
       libbenchmark-dev rapidjson-dev libuv1-dev libssl-dev zlib1g-dev
-      node-acorn node-cjs-module-lexer node-undici python3 valgrind pkg-config)
+      node-acorn node-cjs-module-lexer node-undici python3 valgrind pkg-config
+      libglib2.0-dev qt6-base-dev dpkg-dev file
+      python3-pytest python3-pytest-asyncio python3-cffi python3-setuptools python3-venv python3-pip mypy)
 
 have_libnode() {
   [ -f /usr/include/node/node.h ] && ls /usr/lib/x86_64-linux-gnu/libnode.so* >/dev/null 2>&1 && return 0
