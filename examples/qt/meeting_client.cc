@@ -24,7 +24,6 @@ MemberState memberFrom(const MorvantaMember& m) {
   MemberState s;
   s.uuid = text(m.uuid);
   s.name = text(m.name);
-  s.isHost = m.is_host != 0;
   s.audioOn = m.is_audio_on != 0;
   s.videoOn = m.is_video_on != 0;
   s.sharing = m.is_sharing_screen != 0;
@@ -106,12 +105,28 @@ struct ClientEvents {
     MeetingClient* c = self(ud);
     if (m && c->inMeeting_) emit c->sharingChanged(text(m->uuid), sharing);
   }
-  static void roomEnded(const char* reason, const char*, void* ud) { self(ud)->leftMeeting(text(reason)); }
+  // A meeting I left or ended myself reports its end too, possibly after
+  // the call's answer and even after the next meeting began: that report is
+  // swallowed unless it still concerns the meeting I am in.
+  static void roomEnded(const char* reason, const char*, void* ud) {
+    MeetingClient* c = self(ud);
+    if (c->selfEndGeneration_ != 0) {
+      const bool same = c->selfEndGeneration_ == c->generation_;
+      c->selfEndGeneration_ = 0;
+      if (!same) return;
+    }
+    c->leftMeeting(text(reason));
+  }
   static void chat(const MorvantaChatMessage* messages, uint32_t count, void* ud) {
     MeetingClient* c = self(ud);
     if (!c->inMeeting_) return;
     QList<ChatLine> lines;
-    for (uint32_t i = 0; i < count; ++i) lines << chatFrom(messages[i]);
+    for (uint32_t i = 0; i < count; ++i) {
+      ChatLine line = chatFrom(messages[i]);
+      // Received messages come without their id: sender, time and text name them.
+      if (line.messageUuid.isEmpty()) line.messageUuid = QStringLiteral("%1|%2|%3").arg(line.fromUuid).arg(line.time).arg(line.text);
+      lines << line;
+    }
     emit c->chatReceived(lines);
   }
   static void rtcStats(const MorvantaRtcStats* s, void* ud) {
@@ -166,7 +181,7 @@ struct ClientEvents {
     if (status != 2 || c->meetingNum_.isEmpty()) return;  // admitted: go in
     callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Meeting_RejoinAfterAdmittedToRoom(c->session_.impl().meeting, cb, d); },
               [c](int code, const QString& message) {
-                if (c->check(QObject::tr("Entering the meeting"), code, message)) c->enterMeeting(c->meetingNum_);
+                if (c->check(QObject::tr("Entering the meeting"), code, message)) c->enterMeeting(c->meetingNum_, QString(), false);
               });
   }
 };
@@ -273,7 +288,8 @@ void MeetingClient::signOut() {
 // --- meetings ------------------------------------------------------------------
 
 void MeetingClient::startMeeting() {
-  const QByteArray subject = tr("%1's meeting").arg(nickname_).toUtf8();
+  const QString subjectText = tr("%1's meeting").arg(nickname_);
+  const QByteArray subject = subjectText.toUtf8();
   const QByteArray nick = nickname_.toUtf8();
   MorvantaMeetingCreateOptions o{};
   o.subject = subject.constData();
@@ -282,12 +298,12 @@ void MeetingClient::startMeeting() {
   o.startTime = o.endTime = -1;
   if (qEnvironmentVariableIntValue("MORVANTA_MEETING_WAITING_ROOM") > 0) o.enableWaitingRoom = 1;
   callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Meeting_CreateMeeting(session_.impl().meeting, &o, cb, d); },
-            [this](int code, const QString& message) {
+            [this, subjectText](int code, const QString& message) {
               if (code != 0) {
                 emit meetingFailed(tr("%1 (code %2)").arg(message).arg(code));
                 return;
               }
-              enterMeeting(QString());
+              enterMeeting(QString(), subjectText, true);
             });
 }
 
@@ -302,61 +318,71 @@ void MeetingClient::joinMeeting(const QString& meetingNum) {
                 emit meetingFailed(tr("%1 (code %2)").arg(message).arg(code));
                 return;
               }
-              enterMeeting(meetingNum);
+              enterMeeting(meetingNum, QString(), false);
             });
 }
 
-// Inside the room now: who I am there, my own row, and the members present.
-void MeetingClient::enterMeeting(const QString& meetingNum) {
-  MorvantaMeetingSDKInfo* info = nullptr;
-  QString subject, num = meetingNum;
-  bool waiting = false;
-  if (Morvanta_Meeting_GetMeetingInfo(session_.impl().meeting, &info) == 0 && info) {
-    subject = text(info->subject);
-    num = text(info->meeting_num);
-    isHost_ = text(info->role) == QLatin1String("host") || text(info->host_uuid) == text(info->my_uuid);
-    if (info->my_uuid) localUuid_ = text(info->my_uuid);
-    waiting = info->in_waiting_room > 0;
-    Morvanta_FreeMeetingInfo(info);
-  }
-  meetingNum_ = num;
-  if (waiting) {
-    emit operationFailed(tr("Joining"), tr("waiting for the host to let you in"));
-    return;
-  }
+// Inside the room now: my own row at once; who hosts, the meeting's number
+// and the members already there come with the first reading of the poller.
+void MeetingClient::enterMeeting(const QString& meetingNum, const QString& subject, bool isHost) {
   inMeeting_ = true;
+  ++generation_;
+  isHost_ = isHost;
+  hostUuid_ = isHost ? localUuid_ : QString();
+  meetingNum_ = meetingNum;
+  subject_ = subject;
   present_.clear();
   departed_.clear();
   mine_.clear();
   lastSent_.reset();
   stats_ = RtcSummary();
-  emit meetingEntered(num, subject, isHost_);
+  emit meetingEntered(meetingNum, subject, isHost);
   MemberState me;
   me.uuid = localUuid_;
   me.name = nickname_;
-  me.isHost = isHost_;
   present_.insert(me.uuid);
   emit memberJoined(me);
+  MorvantaMeetingManager_T* meeting = session_.impl().meeting;
   MorvantaMemberManager_T* members = session_.impl().member;
   poller_ = std::make_unique<MemberPoller>(
-      [members] {
-        QList<MemberState> list;
+      [meeting, members] {
+        MeetingSnapshot snap;
+        MorvantaMeetingSDKInfo* info = nullptr;
+        if (Morvanta_Meeting_GetMeetingInfo(meeting, &info) == 0 && info) {
+          snap.haveInfo = true;
+          snap.meetingNum = text(info->meeting_num);
+          snap.subject = text(info->subject);
+          snap.hostUuid = text(info->host_uuid);
+          snap.myUuid = text(info->my_uuid);
+          snap.inWaitingRoom = info->in_waiting_room > 0;
+          Morvanta_FreeMeetingInfo(info);
+        }
         MorvantaMember* array = nullptr;
         uint32_t count = 0;
         if (Morvanta_Member_GetMemberList(members, &array, &count) == 0) {
-          for (uint32_t i = 0; i < count; ++i) list << memberFrom(array[i]);
+          for (uint32_t i = 0; i < count; ++i) snap.members << memberFrom(array[i]);
           Morvanta_FreeMemberList(array, count);
         }
-        return list;
+        return snap;
       },
-      this, [this](const QList<MemberState>& list) { applyPolledMembers(list); }, 1000);
+      this, [this](const MeetingSnapshot& snap) { applySnapshot(snap); }, 1000);
 }
 
-// A reading of the member list: members the events have not brought yet,
-// and the raised hands, which have no event.
-void MeetingClient::applyPolledMembers(const QList<MemberState>& members) {
+// A reading of the meeting: who hosts, members the events have not brought
+// yet, and the raised hands, which have no event.
+void MeetingClient::applySnapshot(const MeetingSnapshot& snap) {
   if (!inMeeting_) return;
-  for (const MemberState& m : members) {
+  if (snap.haveInfo) {
+    const bool isHost = !snap.hostUuid.isEmpty() && snap.hostUuid == snap.myUuid;
+    if (snap.hostUuid != hostUuid_ || isHost != isHost_ || snap.meetingNum != meetingNum_ || snap.subject != subject_) {
+      hostUuid_ = snap.hostUuid;
+      isHost_ = isHost;
+      meetingNum_ = snap.meetingNum;
+      subject_ = snap.subject;
+      emit meetingInfoUpdated(meetingNum_, subject_, hostUuid_, isHost_);
+    }
+  }
+  for (const MemberState& m : snap.members) {
     if (departed_.contains(m.uuid)) continue;
     if (!present_.contains(m.uuid)) {
       present_.insert(m.uuid);
@@ -368,13 +394,16 @@ void MeetingClient::applyPolledMembers(const QList<MemberState>& members) {
 }
 
 void MeetingClient::leaveMeeting(bool endForAll) {
+  selfEndGeneration_ = generation_;
   callPlain([&](MorvantaCallback cb, void* d) {
               return endForAll ? Morvanta_Meeting_EndMeeting(session_.impl().meeting, cb, d)
                                : Morvanta_Meeting_LeaveMeeting(session_.impl().meeting, 0, cb, d);
             },
             [this, endForAll](int code, const QString& message) {
-              if (check(endForAll ? tr("Ending the meeting") : tr("Leaving"), code, message) || !inMeeting_) {
+              if (check(endForAll ? tr("Ending the meeting") : tr("Leaving"), code, message)) {
                 leftMeeting(endForAll ? tr("ended for all") : tr("left"));
+              } else {
+                selfEndGeneration_ = 0;
               }
             });
 }
@@ -387,6 +416,8 @@ void MeetingClient::leftMeeting(const QString& reason) {
   departed_.clear();
   lastSent_.reset();
   meetingNum_.clear();
+  subject_.clear();
+  hostUuid_.clear();
   emit canRecallChanged(false);
   emit meetingLeft(reason);
   refreshSchedule();

@@ -65,6 +65,7 @@ class MeetingClient : public QObject {
   void signedOut();
   void scheduleLoaded(const QList<meeting_app::ScheduledMeeting>& meetings);
   void meetingEntered(const QString& meetingNum, const QString& subject, bool isHost);
+  void meetingInfoUpdated(const QString& meetingNum, const QString& subject, const QString& hostUuid, bool isHost);
   void meetingFailed(const QString& reason);
   void meetingLeft(const QString& reason);
 
@@ -88,9 +89,9 @@ class MeetingClient : public QObject {
 
  private:
   friend struct ClientEvents;
-  void enterMeeting(const QString& meetingNum);
+  void enterMeeting(const QString& meetingNum, const QString& subject, bool isHost);
   void leftMeeting(const QString& reason);
-  void applyPolledMembers(const QList<MemberState>& members);
+  void applySnapshot(const MeetingSnapshot& snapshot);
   void attachListeners();
   void detachListeners();
   // Reports a failed operation, or nothing for code 0; answers code == 0.
@@ -101,10 +102,14 @@ class MeetingClient : public QObject {
   std::unique_ptr<Listeners> listeners_;
   std::unique_ptr<MemberPoller> poller_;
   bool inMeeting_ = false;
+  quint64 generation_ = 0;          // counts the meetings entered
+  quint64 selfEndGeneration_ = 0;   // the meeting I asked to leave or end, until its end is reported
   bool isHost_ = false;
   QString localUuid_;
   QString nickname_;
   QString meetingNum_;
+  QString subject_;
+  QString hostUuid_;
   QSet<QString> present_;   // members the client has announced and not seen leave
   QSet<QString> departed_;  // members seen leaving (a late poll must not bring them back)
   QList<ChatLine> mine_;    // my sent messages, newest last, for recall

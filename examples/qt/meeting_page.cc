@@ -170,6 +170,7 @@ MeetingPage::MeetingPage(MeetingClient& client, const HostDispatcher* dispatcher
     members_->setHand(u, up);
     mine_changed(u);
   });
+  connect(&client_, &MeetingClient::meetingInfoUpdated, this, &MeetingPage::updateInfo);
   connect(&client_, &MeetingClient::chatReceived, chat_, &ChatPane::addMessages);
   connect(&client_, &MeetingClient::chatRecalled, chat_, &ChatPane::markRecalled);
   connect(&client_, &MeetingClient::canRecallChanged, chat_, &ChatPane::setRecallEnabled);
@@ -197,16 +198,21 @@ QPushButton* MeetingPage::hostButton(const QString& text, const char* name, Meet
 }
 
 void MeetingPage::begin(const QString& meetingNum, const QString& subject, bool isHost) {
-  isHost_ = isHost;
-  title_->setText(tr("<h3>%1</h3> Meeting number %2").arg(subject.toHtmlEscaped(), meetingNum));
   members_->setLocalUuid(client_.localUuid());
+  stats_ = RtcSummary();
+  updateInfo(meetingNum, subject, isHost ? client_.localUuid() : QString(), isHost);
+  client_.loadDevices();
+}
+
+void MeetingPage::updateInfo(const QString& meetingNum, const QString& subject, const QString& hostUuid, bool isHost) {
+  isHost_ = isHost;
+  title_->setText(tr("<b>%1</b>   meeting number %2").arg(subject.toHtmlEscaped(), meetingNum));
+  members_->setHostUuid(hostUuid);
   hostBox_->setVisible(isHost);
   end_->setVisible(isHost);
   waiting_->setHostControls(isHost);
-  stats_ = RtcSummary();
   refreshMyControls();
   refreshStatus();
-  client_.loadDevices();
 }
 
 void MeetingPage::end() {

@@ -25,6 +25,8 @@ class MeetingPage : public QWidget {
 
   // Called when the client has entered a meeting.
   void begin(const QString& meetingNum, const QString& subject, bool isHost);
+  // What the meeting's info says once read: number, subject, who hosts.
+  void updateInfo(const QString& meetingNum, const QString& subject, const QString& hostUuid, bool isHost);
   // Empties everything when the meeting is over.
   void end();
 

@@ -11,7 +11,6 @@ namespace meeting_app {
 struct MemberState {
   QString uuid;
   QString name;
-  bool isHost = false;
   bool audioOn = false;
   bool videoOn = false;
   bool sharing = false;
@@ -42,6 +41,18 @@ struct ScheduledMeeting {
   QString meetingNum;
   QString subject;
   qint64 startTime = 0;
+};
+
+// A reading of the meeting taken off the GUI thread: who hosts, and the
+// members with their states (raised hands included, which have no event).
+struct MeetingSnapshot {
+  bool haveInfo = false;
+  QString meetingNum;
+  QString subject;
+  QString hostUuid;
+  QString myUuid;
+  bool inWaitingRoom = false;
+  QList<MemberState> members;
 };
 
 // The statistics shown in the status line, refreshed as the library reports.

@@ -33,10 +33,10 @@ void MemberPoller::run() {
     if (stop_) return;
     poked_ = false;
     lock.unlock();
-    QList<MemberState> members = fetch_();
+    MeetingSnapshot snapshot = fetch_();
     // A queued call to a receiver that is gone is dropped by Qt.
     QMetaObject::invokeMethod(
-        context_, [deliver = deliver_, members] { deliver(members); }, Qt::QueuedConnection);
+        context_, [deliver = deliver_, snapshot] { deliver(snapshot); }, Qt::QueuedConnection);
     lock.lock();
   }
 }

@@ -1,6 +1,7 @@
-// Reads the member list now and then, off the GUI thread (the read is a
-// blocking query), and hands each reading to the GUI thread. Raised hands
-// have no event of their own; this is how the member list learns of them.
+// Reads the meeting (its info and member list) now and then, off the GUI
+// thread (both reads are blocking queries), and hands each reading to the
+// GUI thread. Raised hands have no event of their own; this is how the
+// member list learns of them.
 #pragma once
 
 #include <QList>
@@ -16,8 +17,8 @@ namespace meeting_app {
 
 class MemberPoller {
  public:
-  using Fetch = std::function<QList<MemberState>()>;
-  using Deliver = std::function<void(const QList<MemberState>&)>;
+  using Fetch = std::function<MeetingSnapshot()>;
+  using Deliver = std::function<void(const MeetingSnapshot&)>;
 
   // `deliver` runs on the thread of `context`, and not at all once
   // `context` is gone.

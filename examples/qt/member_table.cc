@@ -59,10 +59,17 @@ void MemberTable::setHand(const QString& uuid, bool up) {
   update(uuid, [](MemberState& s, bool v) { s.handUp = v; }, up);
 }
 
+void MemberTable::setHostUuid(const QString& uuid) {
+  if (uuid == hostUuid_) return;
+  hostUuid_ = uuid;
+  for (auto it = states_.begin(); it != states_.end(); ++it) render(rows_.value(it.key()), it.value());
+}
+
 void MemberTable::clearMembers() {
   clear();
   rows_.clear();
   states_.clear();
+  hostUuid_.clear();
 }
 
 const MemberState* MemberTable::state(const QString& uuid) const {
@@ -77,7 +84,7 @@ QString MemberTable::selectedUuid() const {
 
 void MemberTable::render(QTreeWidgetItem* item, const MemberState& s) {
   item->setText(kName, s.uuid == localUuid_ ? tr("%1 (me)").arg(s.name) : s.name);
-  item->setText(kRole, s.isHost ? tr("host") : tr("member"));
+  item->setText(kRole, s.uuid == hostUuid_ ? tr("host") : tr("member"));
   item->setText(kMicrophone, s.audioOn ? tr("on") : tr("muted"));
   item->setText(kCamera, s.videoOn ? tr("on") : tr("off"));
   item->setText(kSharing, s.sharing ? tr("sharing") : QString());

@@ -17,6 +17,8 @@ class MemberTable : public QTreeWidget {
   explicit MemberTable(QWidget* parent = nullptr);
 
   void setLocalUuid(const QString& uuid) { localUuid_ = uuid; }
+  // The meeting's host; the other rows read "member".
+  void setHostUuid(const QString& uuid);
   // Adds the member, or refreshes the row of one already listed.
   void upsert(const MemberState& member);
   void remove(const QString& uuid);
@@ -36,6 +38,7 @@ class MemberTable : public QTreeWidget {
   void update(const QString& uuid, void (*change)(MemberState&, bool), bool value);
 
   QString localUuid_;
+  QString hostUuid_;
   QHash<QString, QTreeWidgetItem*> rows_;
   QHash<QString, MemberState> states_;
 };
