@@ -64,12 +64,19 @@ bool AppSession::start() {
   config.log_path = logPath.constData();
   config.use_asset_server_config = -1;
   config.debug = -1;
+  // Callbacks and listener calls wait for the GUI thread, which runs them
+  // when the dispatcher sees the library's descriptor readable.
+  Morvanta_SetDispatchMode(MORVANTA_DISPATCH_HOST);
+  if (!dispatcher_) {
+    dispatcher_ = new HostDispatcher(Morvanta_GetDispatchFd(), [](int max) { return Morvanta_Dispatch(max); }, this);
+  }
   MorvantaSDK_T* sdk = nullptr;
   const int32_t rc = Morvanta_Initialize(&config, &sdk);
   if (rc != 0 || !sdk) {
     error_ = tr("The meeting library did not start (code %1)").arg(rc);
     return false;
   }
+  dispatcher_->setModeText(modeText());
   Impl& i = *impl_;
   i.sdk = sdk;
   i.account = Morvanta_GetAccountManager(sdk);
@@ -98,13 +105,17 @@ void AppSession::stop() {
   Morvanta_DestroyWaitingRoomManagerHandle(i.waitingRoom);
   Morvanta_Uninitialize();
   *impl_ = Impl();
-  delete dispatcher_;
-  dispatcher_ = nullptr;
+  // Answers still queued (some calls are answered by the shutdown itself)
+  // run now, while whoever asked is still there to hear them.
+  dispatcher_->drain();
 }
 
 QString AppSession::modeText() const {
-  return Morvanta_GetBridgeMode() == MORVANTA_BRIDGE_MODE_CONCURRENT ? tr("bridge concurrent")
-                                                                     : tr("bridge compatible");
+  const QString bridge = Morvanta_GetBridgeMode() == MORVANTA_BRIDGE_MODE_CONCURRENT ? tr("concurrent bridge")
+                                                                                      : tr("compatible bridge");
+  const QString dispatch = Morvanta_GetDispatchMode() == MORVANTA_DISPATCH_HOST ? tr("host dispatch")
+                                                                                 : tr("worker dispatch");
+  return bridge + QStringLiteral(", ") + dispatch;
 }
 
 }  // namespace meeting_app

@@ -7,6 +7,7 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace meeting_app {
@@ -15,7 +16,10 @@ ChatPane::ChatPane(QWidget* parent) : QWidget(parent) {
   setObjectName("chatPane");
   view_ = new QListWidget(this);
   view_->setObjectName("chatView");
-  view_->setWordWrap(true);
+  // One line per message, all of one height: appending stays cheap however
+  // long the history grows (a wrapped list lays every row out again).
+  view_->setUniformItemSizes(true);
+  view_->setTextElideMode(Qt::ElideRight);
   input_ = new QLineEdit(this);
   input_->setObjectName("chatInput");
   input_->setPlaceholderText(tr("Type a message and press Enter"));
@@ -49,8 +53,7 @@ void ChatPane::submit() {
 }
 
 void ChatPane::addMessages(const QList<ChatLine>& lines) {
-  const bool atBottom = view_->verticalScrollBar() == nullptr || view_->count() == 0 ||
-                        view_->verticalScrollBar()->value() == view_->verticalScrollBar()->maximum();
+  const bool atBottom = view_->verticalScrollBar()->value() == view_->verticalScrollBar()->maximum();
   for (const ChatLine& line : lines) {
     if (line.messageUuid.isEmpty() || items_.contains(line.messageUuid)) continue;
     const QString when = QDateTime::fromMSecsSinceEpoch(line.time).toString("HH:mm");
@@ -58,9 +61,17 @@ void ChatPane::addMessages(const QList<ChatLine>& lines) {
     auto* item = new QListWidgetItem(QStringLiteral("[%1] %2: %3").arg(when, who, line.text), view_);
     item->setData(Qt::UserRole, line.messageUuid);
     if (line.mine) item->setForeground(QColor(0x1f, 0x4e, 0x9c));
+    item->setToolTip(line.text);
     items_.insert(line.messageUuid, item);
   }
-  if (atBottom) view_->scrollToBottom();
+  if (atBottom && !scrollPending_) {
+    // Once per burst, after the event loop has had its turn.
+    scrollPending_ = true;
+    QTimer::singleShot(0, this, [this] {
+      scrollPending_ = false;
+      view_->scrollToBottom();
+    });
+  }
 }
 
 void ChatPane::markRecalled(const QString& messageUuid) {

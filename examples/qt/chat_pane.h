@@ -39,6 +39,7 @@ class ChatPane : public QWidget {
   QPushButton* send_;
   QPushButton* recall_;
   QHash<QString, QListWidgetItem*> items_;
+  bool scrollPending_ = false;
 };
 
 }  // namespace meeting_app

@@ -33,7 +33,7 @@ class HostDispatcher : public QObject {
   // Runs what waits now (used before the session ends).
   void drain();
 
-  static constexpr int kSliceItems = 32;
+  static constexpr int kSliceItems = 4;
   static constexpr qint64 kTurnBudgetNs = 8'000'000;
 
  signals:

@@ -82,10 +82,12 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), session_(new AppS
 }
 
 MainWindow::~MainWindow() {
-  // The client (its poller and listeners) goes before the session it uses.
+  // The client stops listening, the session ends (running the answers still
+  // queued, which the client hears), and only then does the client go.
+  if (client_) client_->shutdown();
+  session_->stop();
   delete client_;
   client_ = nullptr;
-  session_->stop();
 }
 
 void MainWindow::showPage(QWidget* page) {

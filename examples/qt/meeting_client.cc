@@ -191,7 +191,9 @@ MeetingClient::MeetingClient(AppSession& session, QObject* parent)
   attachListeners();
 }
 
-MeetingClient::~MeetingClient() {
+MeetingClient::~MeetingClient() { shutdown(); }
+
+void MeetingClient::shutdown() {
   poller_.reset();
   detachListeners();
 }

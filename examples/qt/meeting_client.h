@@ -22,6 +22,9 @@ class MeetingClient : public QObject {
   explicit MeetingClient(AppSession& session, QObject* parent = nullptr);
   ~MeetingClient() override;
 
+  // Stops reading the meeting and hearing events (before the session ends).
+  void shutdown();
+
   bool inMeeting() const { return inMeeting_; }
   bool isHost() const { return isHost_; }
   QString localUuid() const { return localUuid_; }
