@@ -4,13 +4,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -18,6 +13,7 @@
 #include <thread>
 
 #include "morvanta.hpp"
+#include "support/sandbox_scenario.h"
 
 namespace cpp_test {
 
@@ -104,26 +100,7 @@ class Signal {
   std::condition_variable cv_;
 };
 
-// A sandbox scenario file for the SDK loaded by the next session; removed
-// with the object.
-class Scenario {
- public:
-  explicit Scenario(const std::string& json) {
-    char name[] = "/tmp/morvanta-cpp-scenario-XXXXXX";
-    int fd = mkstemp(name);
-    if (fd >= 0) close(fd);
-    path_ = name;
-    std::ofstream(path_) << json;
-    setenv("MORVANTA_SANDBOX_SCENARIO", path_.c_str(), 1);
-  }
-  ~Scenario() {
-    unsetenv("MORVANTA_SANDBOX_SCENARIO");
-    std::remove(path_.c_str());
-  }
-
- private:
-  std::string path_;
-};
+using morvanta_test::Scenario;
 
 inline morvanta::SessionOptions SandboxOptions() {
   morvanta::SessionOptions o;

@@ -68,50 +68,23 @@ void ForEveryOperation(const Managers& all, Visit&& visit) {
   std::optional<bool> cancelRecurring;
   std::optional<std::string> crPerm, wtPrChat;
   std::optional<morvanta::MeetingListParams> params;
-  {
-    const auto& m = all.account;
-    MORVANTA_CPP_ACCOUNT_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
+#define CPP_TEST_MANAGER(member, OPERATIONS) \
+  {                                          \
+    const auto& m = all.member;              \
+    OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0) \
   }
-  {
-    const auto& m = all.audio;
-    MORVANTA_CPP_AUDIO_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.video;
-    MORVANTA_CPP_VIDEO_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.member;
-    MORVANTA_CPP_MEMBER_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.chatroom;
-    MORVANTA_CPP_CHATROOM_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.security;
-    MORVANTA_CPP_SECURITY_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.screenShare;
-    MORVANTA_CPP_SCREEN_SHARE_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.preMeeting;
-    MORVANTA_CPP_PRE_MEETING_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.invite;
-    MORVANTA_CPP_INVITE_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.meeting;
-    MORVANTA_CPP_MEETING_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
-  {
-    const auto& m = all.waitingRoom;
-    MORVANTA_CPP_WAITING_ROOM_OPERATIONS(CPP_TEST_VISIT, CPP_TEST_VISIT0)
-  }
+  CPP_TEST_MANAGER(account, MORVANTA_CPP_ACCOUNT_OPERATIONS)
+  CPP_TEST_MANAGER(audio, MORVANTA_CPP_AUDIO_OPERATIONS)
+  CPP_TEST_MANAGER(video, MORVANTA_CPP_VIDEO_OPERATIONS)
+  CPP_TEST_MANAGER(member, MORVANTA_CPP_MEMBER_OPERATIONS)
+  CPP_TEST_MANAGER(chatroom, MORVANTA_CPP_CHATROOM_OPERATIONS)
+  CPP_TEST_MANAGER(security, MORVANTA_CPP_SECURITY_OPERATIONS)
+  CPP_TEST_MANAGER(screenShare, MORVANTA_CPP_SCREEN_SHARE_OPERATIONS)
+  CPP_TEST_MANAGER(preMeeting, MORVANTA_CPP_PRE_MEETING_OPERATIONS)
+  CPP_TEST_MANAGER(invite, MORVANTA_CPP_INVITE_OPERATIONS)
+  CPP_TEST_MANAGER(meeting, MORVANTA_CPP_MEETING_OPERATIONS)
+  CPP_TEST_MANAGER(waitingRoom, MORVANTA_CPP_WAITING_ROOM_OPERATIONS)
+#undef CPP_TEST_MANAGER
 }
 
 #undef CPP_TEST_VISIT
