@@ -1676,7 +1676,7 @@ class Owner {
   }
   H* handle() const noexcept { return handle_; }
   template <class Ch>
-  Subscription subscribe(typename Ch::Listener& listener) {
+  Subscription subscribe(typename Ch::Listener& listener) const {
     return std::get<std::shared_ptr<Hub<Ch>>>(hubs_)->add(listener);
   }
 
@@ -1701,7 +1701,7 @@ class ManagerBase {
 
  protected:
   template <class Ch>
-  Subscription subscribe(typename Ch::Listener& listener) {
+  Subscription subscribe(typename Ch::Listener& listener) const {
     return owner_ ? owner_->template subscribe<Ch>(listener) : Subscription(-1);
   }
 
@@ -2020,11 +2020,11 @@ class MeetingManager
   })
 
   /* Listeners; the subscription keeps the listener added. */
-  Subscription addMeetingListener(MeetingListener& listener) { return subscribe<detail::MeetingChannel>(listener); }
-  Subscription addRtcStatsListener(RtcStatsListener& listener) {
+  Subscription addMeetingListener(MeetingListener& listener) const { return subscribe<detail::MeetingChannel>(listener); }
+  Subscription addRtcStatsListener(RtcStatsListener& listener) const {
     return subscribe<detail::RtcStatsChannel>(listener);
   }
-  Subscription addMessageChannelListener(MessageChannelListener& listener) {
+  Subscription addMessageChannelListener(MessageChannelListener& listener) const {
     return subscribe<detail::MessageChannel>(listener);
   }
 
@@ -2060,7 +2060,7 @@ class WaitingRoomManager
     return detail::ready(getInfoNow());
   })
 
-  Subscription addListener(WaitingRoomListener& listener) {
+  Subscription addListener(WaitingRoomListener& listener) const {
     return subscribe<detail::WaitingRoomChannel>(listener);
   }
 
@@ -2164,7 +2164,7 @@ class Session {
 #undef MORVANTA_CPP_MANAGER_GETTER
 
   /* The RTC engine events of the service; several listeners may be added. */
-  Subscription addGlobalEventListener(GlobalEventListener& listener) {
+  Subscription addGlobalEventListener(GlobalEventListener& listener) const {
     return state_ ? state_->global->add(listener) : Subscription(-2);
   }
 
