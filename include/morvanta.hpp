@@ -2195,6 +2195,8 @@ class Session {
 
 #if defined(MORVANTA_DISPATCH_HOST)
   static int setDispatchMode(DispatchMode mode) { return Morvanta_SetDispatchMode(static_cast<int32_t>(mode)); }
+  /* The dispatch mode in force (or chosen for the next session). */
+  static DispatchMode dispatchMode() { return static_cast<DispatchMode>(Morvanta_GetDispatchMode()); }
   /* Host dispatch mode: a descriptor readable while completions or listener
    * calls wait, and the call that runs them (at most `max`; see
    * Morvanta_Dispatch) on the calling thread. */
@@ -2293,6 +2295,7 @@ inline const WrappedExport kWrappedExports[] = {
     {"Morvanta_SetLogHandler", "Session::setLogHandler"},
 #if defined(MORVANTA_DISPATCH_HOST)
     {"Morvanta_SetDispatchMode", "Session::setDispatchMode"},
+    {"Morvanta_GetDispatchMode", "Session::dispatchMode"},
     {"Morvanta_GetDispatchFd", "Session::dispatchFd"},
     {"Morvanta_Dispatch", "Session::dispatch"},
 #endif
