@@ -1,22 +1,23 @@
-// What AppSession holds of the library (for MeetingClient only).
+// What AppSession holds of the library (for MeetingClient only): the C++
+// session and one manager of each kind the app uses.
 #pragma once
 
 #include "app_session.h"
-#include "morvanta.h"
+#include "morvanta.hpp"
 
 namespace meeting_app {
 
 struct AppSession::Impl {
-  MorvantaSDK_T* sdk = nullptr;
-  MorvantaAccountManager_T* account = nullptr;
-  MorvantaAudioManager_T* audio = nullptr;
-  MorvantaVideoManager_T* video = nullptr;
-  MorvantaChatroomManager_T* chat = nullptr;
-  MorvantaMeetingManager_T* meeting = nullptr;
-  MorvantaMemberManager_T* member = nullptr;
-  MorvantaPreMeetingManager_T* preMeeting = nullptr;
-  MorvantaScreenShareManager_T* share = nullptr;
-  MorvantaWaitingRoomManager_T* waitingRoom = nullptr;
+  morvanta::Session session;
+  morvanta::AccountManager account;
+  morvanta::AudioManager audio;
+  morvanta::VideoManager video;
+  morvanta::ChatroomManager chat;
+  morvanta::MeetingManager meeting;
+  morvanta::MemberManager member;
+  morvanta::PreMeetingManager preMeeting;
+  morvanta::ScreenShareManager share;
+  morvanta::WaitingRoomManager waitingRoom;
 };
 
 }  // namespace meeting_app

@@ -2,7 +2,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
-#include <functional>
+#include <algorithm>
 
 #include "app_session_impl.h"
 #include "member_poller.h"
@@ -11,317 +11,249 @@ namespace meeting_app {
 
 namespace {
 
-// Every callback and listener call must arrive on the GUI thread (host
+using morvanta::Result;
+
+// Every completion and listener call must arrive on the GUI thread (host
 // dispatch); a debug build stops at once when one does not.
 void assertGuiThread() {
   Q_ASSERT_X(QThread::currentThread() == QCoreApplication::instance()->thread(), "MeetingClient",
              "a library callback ran off the GUI thread");
 }
 
-QString text(const char* s) { return s ? QString::fromUtf8(s) : QString(); }
+QString qs(const std::string& s) { return QString::fromStdString(s); }
 
-MemberState memberFrom(const MorvantaMember& m) {
+MemberState memberFrom(const morvanta::Member& m) {
   MemberState s;
-  s.uuid = text(m.uuid);
-  s.name = text(m.name);
-  s.audioOn = m.is_audio_on != 0;
-  s.videoOn = m.is_video_on != 0;
-  s.sharing = m.is_sharing_screen != 0;
-  s.handUp = m.is_hands_up != 0;
+  s.uuid = qs(m.uuid);
+  s.name = qs(m.name);
+  s.audioOn = m.isAudioOn;
+  s.videoOn = m.isVideoOn;
+  s.sharing = m.isSharingScreen;
+  s.handUp = m.isHandsUp;
   return s;
 }
 
-ChatLine chatFrom(const MorvantaChatMessage& m) {
+ChatLine chatFrom(const morvanta::ChatMessage& m) {
   ChatLine c;
-  c.messageUuid = text(m.message_uuid);
-  c.fromUuid = text(m.from_user_uuid);
-  c.fromName = text(m.from_nick);
-  c.text = m.text ? text(m.text) : (m.file && m.file->name ? QCoreApplication::translate("chat", "[file] %1").arg(text(m.file->name)) : QString());
+  c.messageUuid = qs(m.messageUuid);
+  c.fromUuid = qs(m.fromUserUuid);
+  c.fromName = qs(m.fromNick);
+  c.text = m.file ? QCoreApplication::translate("chat", "[file] %1").arg(qs(m.file->name)) : qs(m.text);
   c.time = m.time;
-  c.mine = m.is_me != 0;
+  c.mine = m.isMe;
+  // Received messages come without their id: sender, time and text name them.
+  if (c.messageUuid.isEmpty()) c.messageUuid = QStringLiteral("%1|%2|%3").arg(c.fromUuid).arg(c.time).arg(c.text);
   return c;
-}
-
-// One heap-held completion per call; freed by its trampoline, or at once
-// when the library refused the call (then it never calls back).
-using Done = std::function<void(int, const QString&)>;
-
-void plainTrampoline(int code, const char* message, void* user_data) {
-  assertGuiThread();
-  std::unique_ptr<Done> done(static_cast<Done*>(user_data));
-  (*done)(code, text(message));
-}
-
-template <class Call>
-void callPlain(Call call, Done done) {
-  auto* d = new Done(std::move(done));
-  const int rc = call(plainTrampoline, d);
-  if (rc != 0) {
-    std::unique_ptr<Done> own(d);
-    (*own)(rc, QCoreApplication::translate("client", "refused by the library"));
-  }
 }
 
 }  // namespace
 
-// The listener records the client registers, with their trampolines.
-struct MeetingClient::Listeners {
-  MorvantaMeetingListener meeting{};
-  MorvantaRtcStatsListener rtc{};
-  MorvantaWaitingRoomListener waiting{};
-  bool attached = false;
-};
+// The client's ears: the meeting, RTC statistics and waiting room
+// listeners, subscribed for as long as the client listens.
+class MeetingClient::Events final : public morvanta::MeetingListener,
+                                    public morvanta::RtcStatsListener,
+                                    public morvanta::WaitingRoomListener {
+ public:
+  Events(MeetingClient& c, AppSession::Impl& s) : c_(c) {
+    subscriptions_[0] = s.meeting.addMeetingListener(*this);
+    subscriptions_[1] = s.meeting.addRtcStatsListener(*this);
+    subscriptions_[2] = s.waitingRoom.addListener(*this);
+  }
 
-struct ClientEvents {
-  static MeetingClient* self(void* ud) {
-    assertGuiThread();
-    return static_cast<MeetingClient*>(ud);
+  // --- meeting ---
+  void onMemberJoinMeeting(const morvanta::Member& m) override {
+    if (!live()) return;
+    MemberState s = memberFrom(m);
+    c_.departed_.remove(s.uuid);
+    c_.present_.insert(s.uuid);
+    emit c_.memberJoined(s);
   }
-  static void memberJoin(const MorvantaMember* m, void* ud) {
-    MeetingClient* c = self(ud);
-    if (!m || !c->inMeeting_) return;
-    MemberState s = memberFrom(*m);
-    c->departed_.remove(s.uuid);
-    c->present_.insert(s.uuid);
-    emit c->memberJoined(s);
+  void onMemberLeaveMeeting(const morvanta::Member& m) override {
+    if (!live()) return;
+    const QString uuid = qs(m.uuid);
+    c_.present_.remove(uuid);
+    c_.departed_.insert(uuid);
+    emit c_.memberLeft(uuid);
   }
-  static void memberLeave(const MorvantaMember* m, void* ud) {
-    MeetingClient* c = self(ud);
-    if (!m || !c->inMeeting_) return;
-    const QString uuid = text(m->uuid);
-    c->present_.remove(uuid);
-    c->departed_.insert(uuid);
-    emit c->memberLeft(uuid);
+  void onMemberAudioMuteChanged(const std::string& uuid, bool mute) override {
+    if (live()) emit c_.audioChanged(qs(uuid), !mute);
   }
-  static void audio(const char* uuid, bool mute, void* ud) {
-    MeetingClient* c = self(ud);
-    if (c->inMeeting_) emit c->audioChanged(text(uuid), !mute);
+  void onMemberVideoMuteChanged(const std::string& uuid, bool mute) override {
+    if (live()) emit c_.videoChanged(qs(uuid), !mute);
   }
-  static void video(const char* uuid, bool mute, void* ud) {
-    MeetingClient* c = self(ud);
-    if (c->inMeeting_) emit c->videoChanged(text(uuid), !mute);
-  }
-  static void share(const MorvantaMember* m, bool sharing, const MorvantaMember*, void* ud) {
-    MeetingClient* c = self(ud);
-    if (m && c->inMeeting_) emit c->sharingChanged(text(m->uuid), sharing);
+  void onMemberScreenShareStateChanged(const morvanta::Member& m, bool sharing,
+                                       const std::optional<morvanta::Member>&) override {
+    if (live()) emit c_.sharingChanged(qs(m.uuid), sharing);
   }
   // A meeting I left or ended myself reports its end too, possibly after
   // the call's answer and even after the next meeting began: that report is
   // swallowed unless it still concerns the meeting I am in.
-  static void roomEnded(const char* reason, const char*, void* ud) {
-    MeetingClient* c = self(ud);
-    if (c->selfEndGeneration_ != 0) {
-      const bool same = c->selfEndGeneration_ == c->generation_;
-      c->selfEndGeneration_ = 0;
+  void onRoomEnded(const std::string& reason, const std::string&) override {
+    assertGuiThread();
+    if (c_.selfEndGeneration_ != 0) {
+      const bool same = c_.selfEndGeneration_ == c_.generation_;
+      c_.selfEndGeneration_ = 0;
       if (!same) return;
     }
-    c->leftMeeting(text(reason));
+    c_.leftMeeting(qs(reason));
   }
-  static void chat(const MorvantaChatMessage* messages, uint32_t count, void* ud) {
-    MeetingClient* c = self(ud);
-    if (!c->inMeeting_) return;
+  void onReceiveChatroomMessages(const std::vector<morvanta::ChatMessage>& messages) override {
+    if (!live()) return;
     QList<ChatLine> lines;
-    for (uint32_t i = 0; i < count; ++i) {
-      ChatLine line = chatFrom(messages[i]);
-      // Received messages come without their id: sender, time and text name them.
-      if (line.messageUuid.isEmpty()) line.messageUuid = QStringLiteral("%1|%2|%3").arg(line.fromUuid).arg(line.time).arg(line.text);
-      lines << line;
-    }
-    emit c->chatReceived(lines);
+    for (const auto& m : messages) lines << chatFrom(m);
+    emit c_.chatReceived(lines);
   }
-  static void rtcStats(const MorvantaRtcStats* s, void* ud) {
-    MeetingClient* c = self(ud);
-    if (!s) return;
-    c->stats_.durationSeconds = s->duration;
-    emit c->statsUpdated(c->stats_);
+
+  // --- RTC statistics (one round: totals first, network quality last) ---
+  void onRtcStats(const morvanta::RtcStats& s) override {
+    assertGuiThread();
+    c_.stats_.durationSeconds = s.duration;
   }
-  static void localAudio(const MorvantaLocalAudioStats* s, void* ud) {
-    if (s) self(ud)->stats_.localAudioKbps = s->sent_bitrate;
+  void onLocalAudioStats(const morvanta::LocalAudioStats& s) override {
+    assertGuiThread();
+    c_.stats_.localAudioKbps = s.sentBitrate;
   }
-  static void localVideo(const MorvantaLocalVideoStats* s, void* ud) {
-    MeetingClient* c = self(ud);
-    if (!s) return;
-    c->stats_.localVideoKbps = s->sent_bitrate;
-    c->stats_.txKbps = c->stats_.localAudioKbps + s->sent_bitrate;
+  void onRemoteAudioStats(const std::vector<morvanta::RemoteAudioStats>& s) override {
+    assertGuiThread();
+    c_.stats_.remoteAudioStreams = static_cast<int>(s.size());
+    c_.stats_.rxKbps = 0;
+    for (const auto& r : s) c_.stats_.rxKbps += r.receivedBitrate;
   }
-  static void remoteAudio(const MorvantaRemoteAudioStats* s, uint32_t count, void* ud) {
-    MeetingClient* c = self(ud);
-    int sum = 0;
-    for (uint32_t i = 0; i < count; ++i) sum += s[i].received_bitrate;
-    c->stats_.remoteAudioStreams = static_cast<int>(count);
-    c->stats_.rxKbps = sum;
+  void onLocalVideoStats(const morvanta::LocalVideoStats& s) override {
+    assertGuiThread();
+    c_.stats_.localVideoKbps = s.sentBitrate;
+    c_.stats_.txKbps = c_.stats_.localAudioKbps + s.sentBitrate;
   }
-  static void remoteVideo(const MorvantaRemoteVideoStats* s, uint32_t count, void* ud) {
-    MeetingClient* c = self(ud);
-    for (uint32_t i = 0; i < count; ++i) c->stats_.rxKbps += s[i].received_bitrate;
-    c->stats_.remoteVideoStreams = static_cast<int>(count);
+  void onRemoteVideoStats(const std::vector<morvanta::RemoteVideoStats>& s) override {
+    assertGuiThread();
+    c_.stats_.remoteVideoStreams = static_cast<int>(s.size());
+    for (const auto& r : s) c_.stats_.rxKbps += r.receivedBitrate;
   }
-  static void network(const MorvantaNetworkQualityInfo* q, uint32_t count, void* ud) {
-    MeetingClient* c = self(ud);
+  void onNetworkQuality(const std::vector<morvanta::NetworkQualityInfo>& q) override {
+    assertGuiThread();
     int worst = 0;
-    for (uint32_t i = 0; i < count; ++i) worst = std::max({worst, q[i].uplink_quality, q[i].downlink_quality});
-    c->stats_.worstQuality = worst;
-    emit c->statsUpdated(c->stats_);
+    for (const auto& i : q) worst = std::max({worst, i.uplinkQuality, i.downlinkQuality});
+    c_.stats_.worstQuality = worst;
+    if (c_.inMeeting_) emit c_.statsUpdated(c_.stats_);
   }
-  static void guestJoin(const MorvantaWaitingRoomMember* m, int32_t, void* ud) {
-    MeetingClient* c = self(ud);
-    if (m && c->inMeeting_) emit c->guestArrived(WaitingGuest{text(m->uuid), text(m->name)});
+
+  // --- waiting room ---
+  void onMemberJoin(const morvanta::WaitingRoomMember& m, int32_t) override {
+    if (live()) emit c_.guestArrived(WaitingGuest{qs(m.uuid), qs(m.name)});
   }
-  static void guestLeave(const char* uuid, int32_t, void* ud) {
-    MeetingClient* c = self(ud);
-    if (c->inMeeting_) emit c->guestGone(text(uuid));
+  void onMemberLeave(const std::string& uuid, int32_t) override {
+    if (live()) emit c_.guestGone(qs(uuid));
   }
-  static void guestAdmitted(const char* uuid, void* ud) { guestLeave(uuid, 0, ud); }
-  static void guestName(const char* uuid, const char* name, const MorvantaMember*, void* ud) {
-    MeetingClient* c = self(ud);
-    if (c->inMeeting_) emit c->guestArrived(WaitingGuest{text(uuid), text(name)});
+  void onMemberAdmitted(const std::string& uuid) override {
+    if (live()) emit c_.guestGone(qs(uuid));
   }
-  static void myStatus(int32_t status, int32_t, void* ud) {
-    MeetingClient* c = self(ud);
-    if (status != 2 || c->meetingNum_.isEmpty()) return;  // admitted: go in
-    callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Meeting_RejoinAfterAdmittedToRoom(c->session_.impl().meeting, cb, d); },
-              [c](int code, const QString& message) {
-                if (c->check(QObject::tr("Entering the meeting"), code, message)) c->enterMeeting(c->meetingNum_, QString(), false);
-              });
+  void onMemberNameChanged(const std::string& uuid, const std::string& name,
+                           const std::optional<morvanta::Member>&) override {
+    if (live()) emit c_.guestArrived(WaitingGuest{qs(uuid), qs(name)});
   }
+  // Waiting myself to be let in: admitted (status 2), I go in.
+  void onMyStatusChanged(int32_t status, int32_t) override {
+    assertGuiThread();
+    if (status != 2 || c_.meetingNum_.isEmpty()) return;
+    MeetingClient* c = &c_;
+    c->session_.impl().meeting.rejoinAfterAdmittedToRoom([c](Result<void> r) {
+      assertGuiThread();
+      if (c->check(tr("Entering the meeting"), r)) c->enterMeeting(c->meetingNum_, QString(), false);
+    });
+  }
+
+ private:
+  bool live() const {
+    assertGuiThread();
+    return c_.inMeeting_;
+  }
+
+  MeetingClient& c_;
+  morvanta::Subscription subscriptions_[3];
 };
 
 MeetingClient::MeetingClient(AppSession& session, QObject* parent)
-    : QObject(parent), session_(session), listeners_(std::make_unique<Listeners>()) {
-  attachListeners();
-}
+    : QObject(parent), session_(session), events_(std::make_unique<Events>(*this, session.impl())) {}
 
 MeetingClient::~MeetingClient() { shutdown(); }
 
 void MeetingClient::shutdown() {
   poller_.reset();
-  detachListeners();
+  events_.reset();
 }
 
-bool MeetingClient::check(const QString& what, int code, const QString& message) {
-  if (code == 0) return true;
-  emit operationFailed(what, tr("%1 (code %2)").arg(message).arg(code));
+template <class R>
+bool MeetingClient::check(const QString& what, const R& r) {
+  if (r.ok()) return true;
+  emit operationFailed(what, tr("%1 (code %2)").arg(qs(r.message)).arg(r.code));
   return false;
 }
 
-void MeetingClient::attachListeners() {
-  AppSession::Impl& s = session_.impl();
-  Listeners& l = *listeners_;
-  l.meeting.onMemberJoinMeeting = ClientEvents::memberJoin;
-  l.meeting.onMemberLeaveMeeting = ClientEvents::memberLeave;
-  l.meeting.onMemberAudioMuteChanged = ClientEvents::audio;
-  l.meeting.onMemberVideoMuteChanged = ClientEvents::video;
-  l.meeting.onMemberScreenShareStateChanged = ClientEvents::share;
-  l.meeting.onRoomEnded = ClientEvents::roomEnded;
-  l.meeting.onReceiveChatroomMessages = ClientEvents::chat;
-  l.meeting.user_data = this;
-  l.rtc.onRtcStats = ClientEvents::rtcStats;
-  l.rtc.onLocalAudioStats = ClientEvents::localAudio;
-  l.rtc.onLocalVideoStats = ClientEvents::localVideo;
-  l.rtc.onRemoteAudioStats = ClientEvents::remoteAudio;
-  l.rtc.onRemoteVideoStats = ClientEvents::remoteVideo;
-  l.rtc.onNetworkQuality = ClientEvents::network;
-  l.rtc.user_data = this;
-  l.waiting.onMemberJoin = ClientEvents::guestJoin;
-  l.waiting.onMemberLeave = ClientEvents::guestLeave;
-  l.waiting.onMemberAdmitted = ClientEvents::guestAdmitted;
-  l.waiting.onMemberNameChanged = ClientEvents::guestName;
-  l.waiting.onMyStatusChanged = ClientEvents::myStatus;
-  l.waiting.user_data = this;
-  if (!s.meeting) return;
-  Morvanta_Meeting_AddMeetingListener(s.meeting, &l.meeting);
-  Morvanta_Meeting_AddRtcStatsListener(s.meeting, &l.rtc);
-  Morvanta_WaitingRoom_AddListener(s.waitingRoom, &l.waiting);
-  l.attached = true;
-}
-
-void MeetingClient::detachListeners() {
-  AppSession::Impl& s = session_.impl();
-  Listeners& l = *listeners_;
-  if (!l.attached || !s.meeting) return;
-  Morvanta_Meeting_RemoveMeetingListener(s.meeting, &l.meeting);
-  Morvanta_Meeting_RemoveRtcStatsListener(s.meeting, &l.rtc);
-  Morvanta_WaitingRoom_RemoveListener(s.waitingRoom, &l.waiting);
-  l.attached = false;
+// A completion that only reports a failure.
+auto MeetingClient::reportFailure(const QString& what) {
+  return [this, what](Result<void> r) {
+    assertGuiThread();
+    check(what, r);
+  };
 }
 
 // --- account -------------------------------------------------------------------
 
 void MeetingClient::signIn(const QString& username, const QString& password) {
-  struct Ctx {
-    MeetingClient* self;
-  };
-  const QByteArray u = username.toUtf8(), p = password.toUtf8();
-  MorvantaLoginByPasswordOptions options{u.constData(), p.constData()};
-  auto* ctx = new Ctx{this};
-  const int rc = Morvanta_Account_LoginByPassword(
-      session_.impl().account, &options,
-      [](int code, const char* message, MorvantaAccountInfo* info, void* ud) {
-        assertGuiThread();
-        std::unique_ptr<Ctx> ctx(static_cast<Ctx*>(ud));
-        MeetingClient* c = ctx->self;
-        if (code != 0 || !info) {
-          Morvanta_FreeAccountInfo(info);
-          emit c->signInFailed(tr("%1 (code %2)").arg(text(message)).arg(code));
-          return;
-        }
-        c->localUuid_ = text(info->user_uuid);
-        c->nickname_ = text(info->nickname);
-        Morvanta_FreeAccountInfo(info);
-        emit c->signedIn(c->nickname_);
-        c->refreshSchedule();
-      },
-      ctx);
-  if (rc != 0) {
-    delete ctx;
-    emit signInFailed(tr("The library refused the request (code %1)").arg(rc));
-  }
+  session_.impl().account.loginByPassword({username.toStdString(), password.toStdString()},
+                                          [this](Result<morvanta::AccountInfo> r) {
+                                            assertGuiThread();
+                                            if (!r.ok() || !r.value) {
+                                              emit signInFailed(tr("%1 (code %2)").arg(qs(r.message)).arg(r.code));
+                                              return;
+                                            }
+                                            localUuid_ = qs(r.value->userUuid);
+                                            nickname_ = qs(r.value->nickname);
+                                            emit signedIn(nickname_);
+                                            refreshSchedule();
+                                          });
 }
 
 void MeetingClient::signOut() {
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Account_Logout(session_.impl().account, cb, d); },
-            [this](int, const QString&) {
-              localUuid_.clear();
-              nickname_.clear();
-              emit signedOut();
-            });
+  session_.impl().account.logout([this](Result<void>) {
+    assertGuiThread();
+    localUuid_.clear();
+    nickname_.clear();
+    emit signedOut();
+  });
 }
 
 // --- meetings ------------------------------------------------------------------
 
 void MeetingClient::startMeeting() {
-  const QString subjectText = tr("%1's meeting").arg(nickname_);
-  const QByteArray subject = subjectText.toUtf8();
-  const QByteArray nick = nickname_.toUtf8();
-  MorvantaMeetingCreateOptions o{};
-  o.subject = subject.constData();
-  o.nickname = nick.constData();
-  o.noChat = o.noWhiteboard = o.noCaptions = o.joinTimeout = o.subType = o.enableWaitingRoom = -1;
-  o.startTime = o.endTime = -1;
-  if (qEnvironmentVariableIntValue("MORVANTA_MEETING_WAITING_ROOM") > 0) o.enableWaitingRoom = 1;
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Meeting_CreateMeeting(session_.impl().meeting, &o, cb, d); },
-            [this, subjectText](int code, const QString& message) {
-              if (code != 0) {
-                emit meetingFailed(tr("%1 (code %2)").arg(message).arg(code));
-                return;
-              }
-              enterMeeting(QString(), subjectText, true);
-            });
+  const QString subject = tr("%1's meeting").arg(nickname_);
+  morvanta::MeetingCreateOptions o;
+  o.subject = subject.toStdString();
+  o.nickname = nickname_.toStdString();
+  session_.impl().meeting.createMeeting(o, [this, subject](Result<void> r) {
+    assertGuiThread();
+    if (!r.ok()) {
+      emit meetingFailed(tr("%1 (code %2)").arg(qs(r.message)).arg(r.code));
+      return;
+    }
+    enterMeeting(QString(), subject, true);
+  });
 }
 
 void MeetingClient::joinMeeting(const QString& meetingNum) {
-  const QByteArray num = meetingNum.toUtf8(), nick = nickname_.toUtf8();
-  MorvantaMeetingJoinOptions o{num.constData(), nullptr, nick.constData()};
+  morvanta::MeetingJoinOptions o;
+  o.meetingNum = meetingNum.toStdString();
+  o.nickname = nickname_.toStdString();
   meetingNum_ = meetingNum;
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Meeting_JoinMeeting(session_.impl().meeting, &o, cb, d); },
-            [this, meetingNum](int code, const QString& message) {
-              if (code != 0) {
-                meetingNum_.clear();
-                emit meetingFailed(tr("%1 (code %2)").arg(message).arg(code));
-                return;
-              }
-              enterMeeting(meetingNum, QString(), false);
-            });
+  session_.impl().meeting.joinMeeting(o, [this, meetingNum](Result<void> r) {
+    assertGuiThread();
+    if (!r.ok()) {
+      meetingNum_.clear();
+      emit meetingFailed(tr("%1 (code %2)").arg(qs(r.message)).arg(r.code));
+      return;
+    }
+    enterMeeting(meetingNum, QString(), false);
+  });
 }
 
 // Inside the room now: my own row at once; who hosts, the meeting's number
@@ -344,27 +276,25 @@ void MeetingClient::enterMeeting(const QString& meetingNum, const QString& subje
   me.name = nickname_;
   present_.insert(me.uuid);
   emit memberJoined(me);
-  MorvantaMeetingManager_T* meeting = session_.impl().meeting;
-  MorvantaMemberManager_T* members = session_.impl().member;
+  // The two readings block: they run on the poller's thread.
+  const morvanta::MeetingManager* meeting = &session_.impl().meeting;
+  const morvanta::MemberManager* members = &session_.impl().member;
   poller_ = std::make_unique<MemberPoller>(
       [meeting, members] {
         MeetingSnapshot snap;
-        MorvantaMeetingSDKInfo* info = nullptr;
-        if (Morvanta_Meeting_GetMeetingInfo(meeting, &info) == 0 && info) {
+        meeting->getMeetingInfo([&snap](Result<morvanta::MeetingSDKInfo> r) {
+          if (!r.ok() || !r.value) return;
           snap.haveInfo = true;
-          snap.meetingNum = text(info->meeting_num);
-          snap.subject = text(info->subject);
-          snap.hostUuid = text(info->host_uuid);
-          snap.myUuid = text(info->my_uuid);
-          snap.inWaitingRoom = info->in_waiting_room > 0;
-          Morvanta_FreeMeetingInfo(info);
-        }
-        MorvantaMember* array = nullptr;
-        uint32_t count = 0;
-        if (Morvanta_Member_GetMemberList(members, &array, &count) == 0) {
-          for (uint32_t i = 0; i < count; ++i) snap.members << memberFrom(array[i]);
-          Morvanta_FreeMemberList(array, count);
-        }
+          snap.meetingNum = qs(r.value->meetingNum);
+          snap.subject = qs(r.value->subject);
+          snap.hostUuid = qs(r.value->hostUuid);
+          snap.myUuid = qs(r.value->myUuid);
+          snap.inWaitingRoom = r.value->inWaitingRoom.value_or(false);
+        });
+        members->getMemberList([&snap](Result<std::vector<morvanta::Member>> r) {
+          if (!r.value) return;
+          for (const auto& m : *r.value) snap.members << memberFrom(m);
+        });
         return snap;
       },
       this, [this](const MeetingSnapshot& snap) { applySnapshot(snap); }, 1000);
@@ -397,17 +327,19 @@ void MeetingClient::applySnapshot(const MeetingSnapshot& snap) {
 
 void MeetingClient::leaveMeeting(bool endForAll) {
   selfEndGeneration_ = generation_;
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return endForAll ? Morvanta_Meeting_EndMeeting(session_.impl().meeting, cb, d)
-                               : Morvanta_Meeting_LeaveMeeting(session_.impl().meeting, 0, cb, d);
-            },
-            [this, endForAll](int code, const QString& message) {
-              if (check(endForAll ? tr("Ending the meeting") : tr("Leaving"), code, message)) {
-                leftMeeting(endForAll ? tr("ended for all") : tr("left"));
-              } else {
-                selfEndGeneration_ = 0;
-              }
-            });
+  auto done = [this, endForAll](Result<void> r) {
+    assertGuiThread();
+    if (check(endForAll ? tr("Ending the meeting") : tr("Leaving"), r)) {
+      leftMeeting(endForAll ? tr("ended for all") : tr("left"));
+    } else {
+      selfEndGeneration_ = 0;
+    }
+  };
+  if (endForAll) {
+    session_.impl().meeting.endMeeting(done);
+  } else {
+    session_.impl().meeting.leaveMeeting(false, done);
+  }
 }
 
 void MeetingClient::leftMeeting(const QString& reason) {
@@ -428,258 +360,187 @@ void MeetingClient::leftMeeting(const QString& reason) {
 // --- scheduling ----------------------------------------------------------------
 
 void MeetingClient::refreshSchedule() {
-  struct Ctx {
-    MeetingClient* self;
-  };
-  auto* ctx = new Ctx{this};
-  const int rc = Morvanta_PreMeeting_GetMeetingListBySize(
-      session_.impl().preMeeting, nullptr,
-      [](int code, const char*, MorvantaMeetingInfo* meetings, int32_t count, void* ud) {
-        assertGuiThread();
-        std::unique_ptr<Ctx> ctx(static_cast<Ctx*>(ud));
-        QList<ScheduledMeeting> list;
-        for (int32_t i = 0; code == 0 && i < count; ++i) {
-          list << ScheduledMeeting{meetings[i].meeting_id, text(meetings[i].meeting_num), text(meetings[i].subject),
-                                   meetings[i].start_time};
-        }
-        Morvanta_FreeMeetingList(meetings, count);
-        emit ctx->self->scheduleLoaded(list);
-      },
-      ctx);
-  if (rc != 0) delete ctx;
+  session_.impl().preMeeting.getMeetingListBySize(std::nullopt, [this](Result<std::vector<morvanta::MeetingInfo>> r) {
+    assertGuiThread();
+    QList<ScheduledMeeting> list;
+    if (r.value) {
+      for (const auto& m : *r.value) list << ScheduledMeeting{m.meetingId, qs(m.meetingNum), qs(m.subject), m.startTime};
+    }
+    emit scheduleLoaded(list);
+  });
 }
 
 void MeetingClient::scheduleMeeting(const QString& subject) {
-  struct Ctx {
-    MeetingClient* self;
-  };
-  const QByteArray s = subject.toUtf8();
-  MorvantaPreMeetingCreateOptions o{};
-  o.subject = s.constData();
-  o.start_time = o.end_time = -1;
-  o.enable_waiting_room = o.enable_join_before_host = o.no_chat = o.no_cloud_record = -1;
-  auto* ctx = new Ctx{this};
-  const int rc = Morvanta_PreMeeting_ScheduleMeeting(
-      session_.impl().preMeeting, &o,
-      [](int code, const char* message, MorvantaMeetingInfo* info, void* ud) {
-        assertGuiThread();
-        std::unique_ptr<Ctx> ctx(static_cast<Ctx*>(ud));
-        Morvanta_FreePreMeetingInfo(info);
-        if (ctx->self->check(tr("Scheduling"), code, text(message))) ctx->self->refreshSchedule();
-      },
-      ctx);
-  if (rc != 0) delete ctx;
+  morvanta::PreMeetingCreateOptions o;
+  o.subject = subject.toStdString();
+  session_.impl().preMeeting.scheduleMeeting(o, [this](Result<morvanta::MeetingInfo> r) {
+    assertGuiThread();
+    if (check(tr("Scheduling"), r)) refreshSchedule();
+  });
 }
 
 void MeetingClient::cancelScheduled(qint64 meetingId) {
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_PreMeeting_CancelMeeting(session_.impl().preMeeting, meetingId, -1, cb, d); },
-            [this](int code, const QString& message) {
-              if (check(tr("Cancelling"), code, message)) refreshSchedule();
-            });
+  session_.impl().preMeeting.cancelMeeting(meetingId, std::nullopt, [this](Result<void> r) {
+    assertGuiThread();
+    if (check(tr("Cancelling"), r)) refreshSchedule();
+  });
 }
 
 // --- my controls ---------------------------------------------------------------
 
 void MeetingClient::setMicrophoneOn(bool on) {
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return on ? Morvanta_Audio_UnmuteMyAudio(session_.impl().audio, cb, d)
-                        : Morvanta_Audio_MuteMyAudio(session_.impl().audio, cb, d);
-            },
-            [this](int code, const QString& message) { check(tr("Microphone"), code, message); });
-}
-
-void MeetingClient::setCameraOn(bool on) {
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return on ? Morvanta_Video_UnmuteMyVideo(session_.impl().video, cb, d)
-                        : Morvanta_Video_MuteMyVideo(session_.impl().video, cb, d);
-            },
-            [this](int code, const QString& message) { check(tr("Camera"), code, message); });
-}
-
-void MeetingClient::setSharing(bool sharing) {
-  MorvantaScreenShareConfig config{-1, nullptr, -1, -1, -1, nullptr, -1, nullptr, -1, 1};
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return sharing ? Morvanta_ScreenShare_StartScreenShare(session_.impl().share, &config, cb, d)
-                             : Morvanta_ScreenShare_StopScreenShare(session_.impl().share, nullptr, cb, d);
-            },
-            [this](int code, const QString& message) { check(tr("Screen share"), code, message); });
-}
-
-void MeetingClient::setHandUp(bool up) {
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return up ? Morvanta_Member_HandsUp(session_.impl().member, cb, d)
-                        : Morvanta_Member_HandsDown(session_.impl().member, nullptr, cb, d);
-            },
-            [this, up](int code, const QString& message) {
-              if (check(tr("Hand"), code, message)) emit handChanged(localUuid_, up);
-            });
-}
-
-void MeetingClient::loadDevices() {
-  using ListCall = int (*)(void*, MorvantaDeviceListCallback, void*);
-  using IdCall = int (*)(void*, MorvantaStringCallback, void*);
-  struct Kind {
-    const char* name;
-    void* handle;
-    ListCall list;
-    IdCall id;
-  };
-  AppSession::Impl& s = session_.impl();
-  const Kind kinds[] = {
-      {"microphone", s.audio, reinterpret_cast<ListCall>(Morvanta_Audio_GetMicrophoneDeviceList),
-       reinterpret_cast<IdCall>(Morvanta_Audio_GetMicrophoneDeviceId)},
-      {"speaker", s.audio, reinterpret_cast<ListCall>(Morvanta_Audio_GetSpeakerDeviceList),
-       reinterpret_cast<IdCall>(Morvanta_Audio_GetSpeakerDeviceId)},
-      {"camera", s.video, reinterpret_cast<ListCall>(Morvanta_Video_GetCameraDeviceList),
-       reinterpret_cast<IdCall>(Morvanta_Video_GetCameraDeviceId)},
-  };
-  struct Ctx {
-    MeetingClient* self;
-    Kind kind;
-    QList<Device> devices;
-  };
-  for (const Kind& k : kinds) {
-    auto* ctx = new Ctx{this, k, {}};
-    const int rc = k.list(
-        k.handle,
-        [](int code, const char*, MorvantaDeviceInfo* devices, uint32_t count, void* ud) {
-          assertGuiThread();
-          auto* ctx = static_cast<Ctx*>(ud);
-          for (uint32_t i = 0; code == 0 && i < count; ++i) {
-            ctx->devices << Device{text(devices[i].device_id), text(devices[i].device_name)};
-          }
-          Morvanta_FreeDeviceList(devices, count);
-          const int rc = ctx->kind.id(
-              ctx->kind.handle,
-              [](int, const char*, char* value, void* ud) {
-                assertGuiThread();
-                std::unique_ptr<Ctx> ctx(static_cast<Ctx*>(ud));
-                emit ctx->self->devicesLoaded(QString::fromLatin1(ctx->kind.name), ctx->devices, text(value));
-                Morvanta_FreeString(value);
-              },
-              ctx);
-          if (rc != 0) delete ctx;
-        },
-        ctx);
-    if (rc != 0) delete ctx;
+  auto& audio = session_.impl().audio;
+  if (on) {
+    audio.unmuteMyAudio(reportFailure(tr("Microphone")));
+  } else {
+    audio.muteMyAudio(reportFailure(tr("Microphone")));
   }
 }
 
+void MeetingClient::setCameraOn(bool on) {
+  auto& video = session_.impl().video;
+  if (on) {
+    video.unmuteMyVideo(reportFailure(tr("Camera")));
+  } else {
+    video.muteMyVideo(reportFailure(tr("Camera")));
+  }
+}
+
+void MeetingClient::setSharing(bool sharing) {
+  auto& share = session_.impl().share;
+  if (sharing) {
+    morvanta::ScreenShareConfig config;
+    config.isLinux = true;
+    share.startScreenShare(config, reportFailure(tr("Screen share")));
+  } else {
+    share.stopScreenShare(std::nullopt, reportFailure(tr("Screen share")));
+  }
+}
+
+void MeetingClient::setHandUp(bool up) {
+  auto done = [this, up](Result<void> r) {
+    assertGuiThread();
+    if (check(tr("Hand"), r)) emit handChanged(localUuid_, up);
+  };
+  if (up) {
+    session_.impl().member.handsUp(done);
+  } else {
+    session_.impl().member.handsDown(std::nullopt, done);
+  }
+}
+
+void MeetingClient::loadDevices() {
+  // One row per device kind: its list, then the one in use.
+  using List = Result<std::vector<morvanta::DeviceInfo>>;
+  using Id = Result<std::string>;
+  auto deliver = [this](const QString& kind) {
+    return [this, kind](const List& list, const Id& id) {
+      assertGuiThread();
+      QList<Device> devices;
+      if (list.value) {
+        for (const auto& d : *list.value) devices << Device{qs(d.deviceId), qs(d.deviceName)};
+      }
+      emit devicesLoaded(kind, devices, id.value ? qs(*id.value) : QString());
+    };
+  };
+  auto& audio = session_.impl().audio;
+  auto& video = session_.impl().video;
+  audio.getMicrophoneDeviceList([&audio, d = deliver("microphone")](List list) {
+    audio.getMicrophoneDeviceId([d, list](Id id) { d(list, id); });
+  });
+  audio.getSpeakerDeviceList([&audio, d = deliver("speaker")](List list) {
+    audio.getSpeakerDeviceId([d, list](Id id) { d(list, id); });
+  });
+  video.getCameraDeviceList([&video, d = deliver("camera")](List list) {
+    video.getCameraDeviceId([d, list](Id id) { d(list, id); });
+  });
+}
+
 void MeetingClient::chooseMicrophone(const QString& id) {
-  const QByteArray d8 = id.toUtf8();
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Audio_SetMicrophoneDevice(session_.impl().audio, d8.constData(), cb, d); },
-            [this](int code, const QString& message) { check(tr("Choosing the microphone"), code, message); });
+  session_.impl().audio.setMicrophoneDevice(id.toStdString(), reportFailure(tr("Choosing the microphone")));
 }
 
 void MeetingClient::chooseSpeaker(const QString& id) {
-  const QByteArray d8 = id.toUtf8();
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Audio_SetSpeakerDevice(session_.impl().audio, d8.constData(), cb, d); },
-            [this](int code, const QString& message) { check(tr("Choosing the speaker"), code, message); });
+  session_.impl().audio.setSpeakerDevice(id.toStdString(), reportFailure(tr("Choosing the speaker")));
 }
 
 void MeetingClient::chooseCamera(const QString& id) {
-  const QByteArray d8 = id.toUtf8();
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Video_SetCameraDevice(session_.impl().video, d8.constData(), cb, d); },
-            [this](int code, const QString& message) { check(tr("Choosing the camera"), code, message); });
+  session_.impl().video.setCameraDevice(id.toStdString(), reportFailure(tr("Choosing the camera")));
 }
 
 // --- host actions --------------------------------------------------------------
 
 void MeetingClient::actOnMember(HostAction action, const QString& uuid) {
-  using Fn = int (*)(MorvantaMemberManager_T*, const char*, MorvantaCallback, void*);
+  using Done = std::function<void(Result<void>)>;
+  using Act = void (*)(const morvanta::MemberManager&, const std::string&, Done);
   struct Row {
     HostAction action;
-    Fn fn;
+    Act act;
     const char* what;
   };
   static const Row rows[] = {
-      {HostAction::MuteAudio, Morvanta_Member_MuteMemberAudio, "Muting the microphone"},
-      {HostAction::UnmuteAudio, Morvanta_Member_UnmuteMemberAudio, "Unmuting the microphone"},
-      {HostAction::MuteVideo, Morvanta_Member_MuteMemberVideo, "Stopping the camera"},
-      {HostAction::UnmuteVideo, Morvanta_Member_UnmuteMemberVideo, "Starting the camera"},
-      {HostAction::LowerHand, Morvanta_Member_HandsDown, "Lowering the hand"},
-      {HostAction::StopShare, Morvanta_Member_StopMemberScreenShare, "Stopping the share"},
+      {HostAction::MuteAudio, [](auto& m, auto& u, Done d) { m.muteMemberAudio(u, d); }, "Muting the microphone"},
+      {HostAction::UnmuteAudio, [](auto& m, auto& u, Done d) { m.unmuteMemberAudio(u, d); }, "Unmuting the microphone"},
+      {HostAction::MuteVideo, [](auto& m, auto& u, Done d) { m.muteMemberVideo(u, d); }, "Stopping the camera"},
+      {HostAction::UnmuteVideo, [](auto& m, auto& u, Done d) { m.unmuteMemberVideo(u, d); }, "Starting the camera"},
+      {HostAction::LowerHand, [](auto& m, auto& u, Done d) { m.handsDown(std::optional<std::string>(u), d); },
+       "Lowering the hand"},
+      {HostAction::StopShare, [](auto& m, auto& u, Done d) { m.stopMemberScreenShare(u, d); }, "Stopping the share"},
   };
-  for (const Row& row : rows) {
-    if (row.action != action) continue;
-    const QByteArray u = uuid.toUtf8();
-    const QString what = tr(row.what);
-    callPlain([&](MorvantaCallback cb, void* d) { return row.fn(session_.impl().member, u.constData(), cb, d); },
-              [this, action, uuid, what](int code, const QString& message) {
-                if (check(what, code, message) && action == HostAction::LowerHand) emit handChanged(uuid, false);
-              });
-  }
+  const auto row = std::find_if(std::begin(rows), std::end(rows), [action](const Row& r) { return r.action == action; });
+  if (row == std::end(rows)) return;
+  const QString what = tr(row->what);
+  row->act(session_.impl().member, uuid.toStdString(), [this, action, uuid, what](Result<void> r) {
+    assertGuiThread();
+    // A lowered hand has no event of its own: the row changes on the answer.
+    if (check(what, r) && action == HostAction::LowerHand) emit handChanged(uuid, false);
+  });
 }
 
-void MeetingClient::muteAll() {
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_Member_MuteAllAudio(session_.impl().member, cb, d); },
-            [this](int code, const QString& message) { check(tr("Muting everyone"), code, message); });
-}
+void MeetingClient::muteAll() { session_.impl().member.muteAllAudio(reportFailure(tr("Muting everyone"))); }
 
 // --- chat ----------------------------------------------------------------------
 
 void MeetingClient::sendChat(const QString& message) {
-  struct Ctx {
-    MeetingClient* self;
-  };
-  const QByteArray t = message.toUtf8();
-  MorvantaChatroomTextMessageOptions o{nullptr, t.constData(), -1, nullptr, 0};
-  auto* ctx = new Ctx{this};
-  const int rc = Morvanta_Chatroom_SendTextMessage(
-      session_.impl().chat, &o,
-      [](int code, const char* msg, MorvantaChatMessage* sent, void* ud) {
-        assertGuiThread();
-        std::unique_ptr<Ctx> ctx(static_cast<Ctx*>(ud));
-        MeetingClient* c = ctx->self;
-        if (!c->check(tr("Sending"), code, text(msg)) || !sent) {
-          Morvanta_FreeChatMessage(sent);
-          return;
-        }
-        ChatLine line = chatFrom(*sent);
-        line.mine = true;
-        c->lastSent_ = std::shared_ptr<void>(sent, [](void* p) { Morvanta_FreeChatMessage(static_cast<MorvantaChatMessage*>(p)); });
-        c->mine_ << line;
-        emit c->chatReceived({line});
-        emit c->canRecallChanged(true);
-      },
-      ctx);
-  if (rc != 0) delete ctx;
+  morvanta::ChatroomTextMessageOptions o;
+  o.text = message.toStdString();
+  session_.impl().chat.sendTextMessage(o, [this](Result<morvanta::ChatMessage> r) {
+    assertGuiThread();
+    if (!check(tr("Sending"), r) || !r.value) return;
+    ChatLine line = chatFrom(*r.value);
+    line.mine = true;
+    lastSent_ = std::make_shared<morvanta::ChatMessage>(std::move(*r.value));
+    mine_ << line;
+    emit chatReceived({line});
+    emit canRecallChanged(true);
+  });
 }
 
 void MeetingClient::recallLastMessage() {
   if (!lastSent_ || mine_.isEmpty()) return;
-  auto record = lastSent_;
+  auto record = std::static_pointer_cast<const morvanta::ChatMessage>(lastSent_);
   const QString uuid = mine_.last().messageUuid;
-  callPlain([&](MorvantaCallback cb, void* d) {
-              return Morvanta_Chatroom_RecallMessage(session_.impl().chat, static_cast<MorvantaChatMessage*>(record.get()), cb, d);
-            },
-            [this, uuid, record](int code, const QString& message) {
-              if (!check(tr("Recalling"), code, message)) return;
-              emit chatRecalled(uuid);
-              if (lastSent_ == record) {
-                lastSent_.reset();
-                emit canRecallChanged(false);
-              }
-            });
+  session_.impl().chat.recallMessage(*record, [this, uuid, record](Result<void> r) {
+    assertGuiThread();
+    if (!check(tr("Recalling"), r)) return;
+    emit chatRecalled(uuid);
+    if (lastSent_ == record) {
+      lastSent_.reset();
+      emit canRecallChanged(false);
+    }
+  });
 }
 
 // --- waiting room --------------------------------------------------------------
 
 void MeetingClient::admit(const QString& uuid) {
-  const QByteArray u = uuid.toUtf8();
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_WaitingRoom_AdmitMember(session_.impl().waitingRoom, u.constData(), 0, cb, d); },
-            [this](int code, const QString& message) { check(tr("Admitting"), code, message); });
+  session_.impl().waitingRoom.admitMember(uuid.toStdString(), false, reportFailure(tr("Admitting")));
 }
 
 void MeetingClient::expel(const QString& uuid) {
-  const QByteArray u = uuid.toUtf8();
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_WaitingRoom_ExpelMember(session_.impl().waitingRoom, u.constData(), 0, cb, d); },
-            [this](int code, const QString& message) { check(tr("Sending away"), code, message); });
+  session_.impl().waitingRoom.expelMember(uuid.toStdString(), false, reportFailure(tr("Sending away")));
 }
 
-void MeetingClient::admitAll() {
-  callPlain([&](MorvantaCallback cb, void* d) { return Morvanta_WaitingRoom_AdmitAll(session_.impl().waitingRoom, cb, d); },
-            [this](int code, const QString& message) { check(tr("Admitting everyone"), code, message); });
-}
+void MeetingClient::admitAll() { session_.impl().waitingRoom.admitAll(reportFailure(tr("Admitting everyone"))); }
 
 }  // namespace meeting_app

@@ -91,18 +91,17 @@ class MeetingClient : public QObject {
   void operationFailed(const QString& what, const QString& reason);
 
  private:
-  friend struct ClientEvents;
+  class Events;
   void enterMeeting(const QString& meetingNum, const QString& subject, bool isHost);
   void leftMeeting(const QString& reason);
   void applySnapshot(const MeetingSnapshot& snapshot);
-  void attachListeners();
-  void detachListeners();
-  // Reports a failed operation, or nothing for code 0; answers code == 0.
-  bool check(const QString& what, int code, const QString& message);
+  // Reports a failed operation, or nothing on success; answers success.
+  template <class R>
+  bool check(const QString& what, const R& result);
+  auto reportFailure(const QString& what);
 
   AppSession& session_;
-  struct Listeners;
-  std::unique_ptr<Listeners> listeners_;
+  std::unique_ptr<Events> events_;
   std::unique_ptr<MemberPoller> poller_;
   bool inMeeting_ = false;
   quint64 generation_ = 0;          // counts the meetings entered
@@ -116,7 +115,7 @@ class MeetingClient : public QObject {
   QSet<QString> present_;   // members the client has announced and not seen leave
   QSet<QString> departed_;  // members seen leaving (a late poll must not bring them back)
   QList<ChatLine> mine_;    // my sent messages, newest last, for recall
-  std::shared_ptr<void> lastSent_;  // the library's record of my last message
+  std::shared_ptr<const void> lastSent_;  // the library's record of my last message (a morvanta::ChatMessage)
   RtcSummary stats_;
 };
 

@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QSplitter>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include "chat_pane.h"
@@ -34,7 +35,7 @@ QComboBox* makeCombo(QWidget* parent, const char* name) {
 
 }  // namespace
 
-MeetingPage::MeetingPage(MeetingClient& client, const HostDispatcher* dispatcher, QWidget* parent)
+MeetingPage::MeetingPage(MeetingClient& client, HostDispatcher* dispatcher, QWidget* parent)
     : QWidget(parent), client_(client), dispatcher_(dispatcher) {
   setObjectName("meetingPage");
   title_ = new QLabel(this);
@@ -202,6 +203,9 @@ void MeetingPage::begin(const QString& meetingNum, const QString& subject, bool 
   stats_ = RtcSummary();
   updateInfo(meetingNum, subject, isHost ? client_.localUuid() : QString(), isHost);
   client_.loadDevices();
+  // The figure in the status line counts from the meeting's first moments
+  // on (after this turn, which also lays the page out).
+  if (dispatcher_) QTimer::singleShot(0, dispatcher_, &HostDispatcher::resetStats);
 }
 
 void MeetingPage::updateInfo(const QString& meetingNum, const QString& subject, const QString& hostUuid, bool isHost) {

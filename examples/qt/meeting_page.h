@@ -21,7 +21,7 @@ class WaitingRoomPanel;
 class MeetingPage : public QWidget {
   Q_OBJECT
  public:
-  MeetingPage(MeetingClient& client, const HostDispatcher* dispatcher, QWidget* parent = nullptr);
+  MeetingPage(MeetingClient& client, HostDispatcher* dispatcher, QWidget* parent = nullptr);
 
   // Called when the client has entered a meeting.
   void begin(const QString& meetingNum, const QString& subject, bool isHost);
@@ -37,7 +37,7 @@ class MeetingPage : public QWidget {
   QPushButton* hostButton(const QString& text, const char* name, MeetingClient::HostAction action);
 
   MeetingClient& client_;
-  const HostDispatcher* dispatcher_;
+  HostDispatcher* dispatcher_;
   QLabel* title_;
   MemberTable* members_;
   ChatPane* chat_;

@@ -109,6 +109,7 @@ class MeetingWindowTest : public QObject {
   void signInStartAndSeeTheMembers() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     // Alice herself at once, then the scenario's three members as they arrive.
     QVERIFY(row(members(), "Alice Archer"));
     QTRY_COMPARE_WITH_TIMEOUT(members()->topLevelItemCount(), 4, kWaitMs);
@@ -125,6 +126,7 @@ class MeetingWindowTest : public QObject {
   void muteAndUnmuteMyself() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     QAbstractButton* mute = widget<QAbstractButton>("muteButton");
     QCOMPARE(cell(members(), "Alice Archer", "Microphone"), QString("muted"));
     QCOMPARE(mute->text(), QString("Unmute"));
@@ -143,6 +145,7 @@ class MeetingWindowTest : public QObject {
   void chatSendReceiveAndRecall() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     QLineEdit* input = widget<QLineEdit>("chatInput");
     QTest::mouseClick(input, Qt::LeftButton);
     QTest::keyClicks(input, "Hello from the desktop");
@@ -169,6 +172,7 @@ class MeetingWindowTest : public QObject {
   void hostMutesOneAndLowersAnothersHand() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     QTRY_COMPARE_WITH_TIMEOUT(cell(members(), "Grace Hopper", "Microphone"), QString("on"), kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(cell(members(), "Ada Lovelace", "Hand"), QString("raised"), kWaitMs);
     const QString grace = sandboxMember("Grace Hopper").value("uuid").toString();
@@ -197,6 +201,7 @@ class MeetingWindowTest : public QObject {
   void admitOneSendAnotherAway() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     QListWidget* waiting = widget<QListWidget>("waitingList");
     QTRY_VERIFY_WITH_TIMEOUT(items(waiting, "Linus Torvalds").size() == 1 && items(waiting, "Margaret Hamilton").size() == 1,
                              kWaitMs);
@@ -236,6 +241,7 @@ class MeetingWindowTest : public QObject {
       longestGapMs = std::max(longestGapMs, since.restart());
     });
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     since.start();
     tick.start();
     QTRY_COMPARE_WITH_TIMEOUT(members()->topLevelItemCount(), 51, kWaitMs * 2);
@@ -267,6 +273,7 @@ class MeetingWindowTest : public QObject {
   void leaveReturnsHome() {
     open("examples/qt/scenarios/lively.json");
     signInAndStart();
+    if (QTest::currentTestFailed()) return;
     QTRY_VERIFY_WITH_TIMEOUT(members()->topLevelItemCount() >= 2, kWaitMs);
     click("leaveButton");
     QTRY_COMPARE_WITH_TIMEOUT(currentPage()->objectName(), QString("homePage"), kWaitMs);
