@@ -2,14 +2,15 @@
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
-#        make install (PREFIX=/usr/local by default; DESTDIR honoured).
+#        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make demo-gui (the desktop meeting client; needs a display).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench install clean
+.PHONY: setup configure build demo demo-gui test asan-test bench install clean
 
 setup:
 	@bash scripts/setup.sh
@@ -22,6 +23,12 @@ build: setup $(BUILD)/build.ninja
 
 demo: build
 	@bash scripts/run-demo.sh $(BUILD)
+
+# The desktop meeting client (Qt 6) on the sandbox, with a scenario that keeps
+# the meeting alive. Needs a display; to check it without one:
+#   QT_QPA_PLATFORM=offscreen DEMO_GUI_SECONDS=20 make demo-gui
+demo-gui: build
+	@bash scripts/run-demo-gui.sh $(BUILD)
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
