@@ -34,9 +34,16 @@ void MemberTable::upsert(const MemberState& member) {
 void MemberTable::remove(const QString& uuid) {
   auto it = rows_.find(uuid);
   if (it == rows_.end()) return;
+  const bool wasSelected = it.value()->isSelected();
   delete it.value();
   rows_.erase(it);
   states_.remove(uuid);
+  // Qt would move the selection to a neighbour; a host acting on "the
+  // selected member" must never act on someone they did not pick.
+  if (wasSelected) {
+    setCurrentItem(nullptr);
+    clearSelection();
+  }
 }
 
 void MemberTable::update(const QString& uuid, void (*change)(MemberState&, bool), bool value) {

@@ -59,7 +59,14 @@ void WaitingRoomPanel::addGuest(const WaitingGuest& guest) {
 void WaitingRoomPanel::removeGuest(const QString& uuid) {
   for (int i = 0; i < list_->count(); ++i) {
     if (list_->item(i)->data(Qt::UserRole).toString() == uuid) {
+      const bool wasSelected = list_->item(i)->isSelected();
       delete list_->takeItem(i);
+      // Never leave a neighbour selected in its place: the next click on
+      // Admit or Send away must concern someone the host picked.
+      if (wasSelected) {
+        list_->setCurrentItem(nullptr);
+        list_->clearSelection();
+      }
       break;
     }
   }

@@ -2,6 +2,7 @@
 // typing, clicking, looking at the rows; the sandbox's own world says
 // whether the service saw the same. Each case saves a picture of the window.
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QLineEdit>
@@ -140,6 +141,38 @@ class MeetingWindowTest : public QObject {
     QCOMPARE(me().value("isAudioOn").toBool(true), false);
     QCOMPARE(sandboxCalls("audio.unmuteMyAudio").size(), 1);
     QCOMPARE(sandboxCalls("audio.muteMyAudio").size(), 1);
+  }
+
+  // Camera, hand and the microphone list: the buttons, my row and the
+  // sandbox's own state agree.
+  void myCameraHandAndMicrophone() {
+    open("examples/qt/scenarios/lively.json");
+    signInAndStart();
+    if (QTest::currentTestFailed()) return;
+    click("cameraButton");
+    QTRY_COMPARE_WITH_TIMEOUT(cell(members(), "Alice Archer", "Camera"), QString("on"), kWaitMs);
+    QCOMPARE(widget<QAbstractButton>("cameraButton")->text(), QString("Stop camera"));
+    QCOMPARE(me().value("isVideoOn").toBool(false), true);
+
+    click("handButton");
+    QTRY_COMPARE_WITH_TIMEOUT(cell(members(), "Alice Archer", "Hand"), QString("raised"), kWaitMs);
+    QCOMPARE(widget<QAbstractButton>("handButton")->text(), QString("Lower hand"));
+    QCOMPARE(me().value("isHandsUp").toBool(false), true);
+    click("handButton");
+    QTRY_COMPARE_WITH_TIMEOUT(cell(members(), "Alice Archer", "Hand"), QString(), kWaitMs);
+    QCOMPARE(me().value("isHandsUp").toBool(true), false);
+
+    // The device lists come from the service; choosing the next microphone
+    // (arrow key on the list) makes it the one in use there.
+    QComboBox* mics = widget<QComboBox>("microphoneCombo");
+    QTRY_VERIFY_WITH_TIMEOUT(mics->count() >= 2, kWaitMs);
+    QCOMPARE(mics->currentData().toString(), sandbox("morVantaMeeting.getAudioManager().state.microphone.selected").toString());
+    mics->setFocus();
+    QTest::keyClick(mics, Qt::Key_Down);
+    const QString chosen = mics->currentData().toString();
+    QTRY_COMPARE_WITH_TIMEOUT(sandbox("morVantaMeeting.getAudioManager().state.microphone.selected").toString(), chosen,
+                              kWaitMs);
+    QCOMPARE(sandboxCalls("audio.setMicrophoneDevice").size(), 1);
   }
 
   void chatSendReceiveAndRecall() {
