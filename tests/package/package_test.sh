@@ -7,8 +7,8 @@
 #    libnode is the system's, when nothing is bundled);
 #  - every executable and shared object in it resolves all its libraries,
 #    none inside the source tree, the build tree or the build's libnode folder;
-#  - hosts built against it (C99 with pkg-config, C99 and C++17 with CMake)
-#    run with no LD_LIBRARY_PATH and load libnode from the tree;
+#  - hosts built against it (C99 with pkg-config, C++17 with CMake) run with
+#    no LD_LIBRARY_PATH and load libnode from the tree;
 #  - the tarball's tree still works once moved elsewhere;
 #  - both packages carry the same files; the .deb is named and versioned after
 #    the project and depends on the Debian package of every system library
@@ -42,22 +42,17 @@ libdir_of() { (cd "$(dirname "$(find "$1" -name morvanta.pc -print -quit)")/.." 
 # Every ELF file of the tree: RUNPATHs relative to itself only, every library
 # resolved, none in a forbidden folder.
 check_links() {
-  local prefix="$1" kind="$2" f entry bad
+  local prefix="$1" kind="$2" f entry bad libs
   while read -r f; do
     while IFS= read -r entry; do
       for dir in $(echo "${entry#*=}" | tr ':' ' '); do
         case "$dir" in \$ORIGIN*) ;; *) fail "$kind: ${f#"$prefix"/} has $entry";; esac
       done
     done < <(runpaths "$f")
-    if ldd_of "$f" | grep -q 'not found'; then
-      ldd_of "$f" >&2
-      fail "$kind: ${f#"$prefix"/} has unresolved libraries"
-    fi
+    libs="$(ldd_of "$f")" || fail "$kind: ldd ${f#"$prefix"/} failed"
+    case "$libs" in *"not found"*) echo "$libs" >&2; fail "$kind: ${f#"$prefix"/} has unresolved libraries";; esac
     for bad in "${forbidden[@]}"; do
-      if ldd_of "$f" | grep -qF "=> $bad"; then
-        ldd_of "$f" >&2
-        fail "$kind: ${f#"$prefix"/} resolves a library into $bad"
-      fi
+      case "$libs" in *"=> $bad"*) echo "$libs" >&2; fail "$kind: ${f#"$prefix"/} resolves a library into $bad";; esac
     done
   done < <(elves "$prefix")
 }
@@ -82,7 +77,7 @@ check_tree() {
     [ -f "$libdir/morvanta/$node" ] || fail "$kind: $node is not bundled in ${libdir#"$prefix"/}/morvanta"
     [ "$(runpaths "$lib")" = 'RUNPATH=$ORIGIN/morvanta' ] \
       || fail "$kind: libmorvanta's run path is '$(runpaths "$lib")', not RUNPATH=\$ORIGIN/morvanta"
-    ldd_of "$lib" | grep -qF "$node => $libdir/morvanta/$node" || fail "$kind: libnode does not resolve into the tree"
+    case "$(ldd_of "$lib")" in *"$node => $libdir/morvanta/$node "*) ;; *) fail "$kind: libnode does not resolve into the tree";; esac
     cmp -s "$libdir/morvanta/$node" "$node_lib" || fail "$kind: the bundled $node is not the build's"
   else
     [ ! -e "$libdir/morvanta" ] || fail "$kind: something is bundled beside the system's libnode"
@@ -98,12 +93,11 @@ check_hosts() {
   build_hosts "$prefix" "$work/hosts-$kind" "\$ORIGIN/$(realpath --relative-to="$prefix/bin" "$libdir")"
   cp "$work/hosts-$kind/consumer_pkgconfig" "$prefix/bin/"
   check_links "$prefix" "$kind"
-  for host in "$work/hosts-$kind/cmake-build/consumer_cmake" "$work/hosts-$kind/cmake-build/consumer_cxx"; do
-    run_host "$prefix" "$host" || fail "$kind: $(basename "$host") failed"
-  done
+  # (The C host built with CMake runs in install_consumers.)
+  run_host "$prefix" "$work/hosts-$kind/cmake-build/consumer_cxx" || fail "$kind: consumer_cxx failed"
   log="$work/ld-$kind.log"
   LD_DEBUG=libs run_host "$prefix" "$prefix/bin/consumer_pkgconfig" 2>"$log" || fail "$kind: consumer_pkgconfig failed"
-  loaded="$(sed -n 's/.*calling init: \(.*\/libnode[^/]*\)$/\1/p' "$log" | head -1)"
+  loaded="$(sed -n 's/.*calling init: \(.*\/libnode[^/]*\)$/\1/p;T;q' "$log")"
   [ -n "$loaded" ] || fail "$kind: the host did not load libnode"
   if [ "$bundled" = ON ] && [ "$(readlink -f "$loaded")" != "$(readlink -f "$libdir/morvanta")/$(basename "$loaded")" ]; then
     fail "$kind: the host loaded $loaded, not the bundled libnode"
@@ -147,14 +141,15 @@ owner() {
 }
 requires() {  # requires <what> <path>
   local pkg
-  pkg="$(owner "$2" | head -1 | cut -d: -f1)" || fail "no Debian package ships $2 ($1)"
+  pkg="$(owner "$2")" || fail "no Debian package ships $2 ($1)"
+  pkg="${pkg%%:*}"
   case "$depends" in *",$pkg,"*) ;; *) fail "the .deb does not depend on $pkg ($1: $2); Depends: $depends";; esac
 }
 while read -r f; do
   while read -r soname; do
     [ -n "$(find "$work/deb" -name "$soname" -print -quit)" ] && continue   # shipped in the package
     path="$(ldd_of "$f" | awk -v s="$soname" '$1 == s && $2 == "=>" { print $3 }
-      $1 ~ /^\// { n = split($1, part, "/"); if (part[n] == s) print $1 }' | head -1)"
+      $1 ~ /^\// { n = split($1, part, "/"); if (part[n] == s) print $1 }')"
     [ -n "$path" ] || fail "$soname, needed by ${f#"$work/deb"/}, does not resolve"
     requires "needed by $(basename "$f")" "$path"
   done < <(needed "$f")
