@@ -27,6 +27,10 @@ cmake_dependent_option(MORVANTA_BUNDLE_LIBNODE "Install libnode with the library
 set(MORVANTA_PRIVATE_LIBDIR "${CMAKE_INSTALL_LIBDIR}/morvanta")
 
 if(MORVANTA_BUNDLE_LIBNODE)
+  if(CMAKE_VERSION VERSION_LESS 3.21)
+    message(FATAL_ERROR "Installing libnode with the library needs CMake 3.21 or newer "
+      "(or -DMORVANTA_BUNDLE_LIBNODE=OFF)")
+  endif()
   set_property(TARGET morvanta PROPERTY INSTALL_RPATH "$ORIGIN/morvanta")
   install(TARGETS morvanta EXPORT MorvantaTargets RUNTIME_DEPENDENCY_SET morvanta_private_libs
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development)
