@@ -1,0 +1,329 @@
+"""The Client: one session of the library, owned by an ``async with``."""
+from __future__ import annotations
+
+import asyncio
+import ctypes
+import threading
+import weakref
+from ctypes import byref, c_uint32, c_void_p
+from typing import TYPE_CHECKING, Any, Dict, List, Optional
+
+from . import _calls, _channels, _log
+from ._binding import Library, library
+from ._channels import CHANNELS, Channel, Stream
+from ._convert import from_c, list_from_c, one_from_c
+from ._cstructs import CInitConfig, CWaitingRoomInfo
+from ._managers import MANAGER_CLASSES, Manager
+from ._table import MANAGERS, QUERY, SENT, Operation
+from .errors import ArgumentError, Error
+from .events import EventStream
+from .records import Member, MeetingSDKInfo, WaitingRoomInfo
+
+BRIDGE_MODES = {None: 0, "compatible": 1, "concurrent": 2}
+_REFUSALS = {-1: "refused argument", -2: "not initialized", -3: "already initialized or invalid configuration",
+             -999: "internal fault"}
+
+# A session left without `async with` ending it is uninitialised on a thread
+# of its own; the next Client waits for it.
+_closing: List[threading.Thread] = []
+
+
+def _tri(value: Optional[bool]) -> int:
+    return -1 if value is None else int(bool(value))
+
+
+def _text(value: Optional[str]) -> Optional[bytes]:
+    return None if value is None else value.encode("utf-8")
+
+
+class _Session:
+    """What a finalizer needs to end a session without its Client."""
+
+    def __init__(self, lib: Library, loop: asyncio.AbstractEventLoop) -> None:
+        self.lib = lib
+        self.loop = loop
+        self.handles: Dict[str, int] = {}
+        self.fd = -1
+        self.listeners: List[int] = []
+        self.streams: List[EventStream] = []
+
+    def destroy_handles(self) -> None:
+        for family, handle in self.handles.items():
+            getattr(self.lib.lib, f"Morvanta_Destroy{family}ManagerHandle")(handle)
+        self.handles.clear()
+
+    def stop_watching(self) -> None:
+        if self.fd >= 0:
+            self.loop.remove_reader(self.fd)
+            self.fd = -1
+
+
+def _abandoned(session: _Session) -> None:
+    """A Client was collected while entered: end its session where nothing can
+    wait for the thread that collected it (a callback, the loop itself)."""
+    def stop() -> None:
+        try:
+            for user_data in session.listeners:
+                session.lib.channels.remove(user_data, session.handles.get("Meeting") or
+                                            session.handles.get("WaitingRoom"))
+        except Exception:
+            pass
+        session.destroy_handles()
+        session.lib.lib.Morvanta_Uninitialize()
+
+    try:
+        if session.fd >= 0 and not session.loop.is_closed():
+            session.loop.call_soon_threadsafe(session.stop_watching)
+    except RuntimeError:
+        pass
+    thread = threading.Thread(target=stop, name="morvanta-abandoned-client", daemon=True)
+    _closing.append(thread)
+    thread.start()
+
+
+class Client:
+    """A session of the library: ``async with morvanta.Client(app_key, log_path) as client``.
+
+    ``bridge_mode`` ("compatible", "concurrent", or None to let the
+    environment variable MORVANTA_BRIDGE_MODE decide) and ``host_dispatch``
+    (callbacks on the loop's thread; True when the library offers it) may be
+    changed before entering.
+    """
+
+    account: Manager
+    audio: Manager
+    chatroom: Manager
+    invite: Manager
+    meeting: Manager
+    member: Manager
+    pre_meeting: Manager
+    screen_share: Manager
+    security: Manager
+    video: Manager
+    waiting_room: Manager
+
+    def __init__(self, app_key: str, log_path: str, *, server_url: Optional[str] = None,
+                 locale: Optional[str] = None, use_asset_server_config: Optional[bool] = None,
+                 debug: Optional[bool] = None) -> None:
+        self.app_key = app_key
+        self.log_path = log_path
+        self.server_url = server_url
+        self.locale = locale
+        self.use_asset_server_config = use_asset_server_config
+        self.debug = debug
+        self.bridge_mode: Optional[str] = None
+        self.host_dispatch: Optional[bool] = None
+        self._session: Optional[_Session] = None
+        self._finalizer: Optional[weakref.finalize] = None
+        for family, attribute in MANAGERS.items():
+            setattr(self, attribute, MANAGER_CLASSES[family](self))
+
+    # ---- the session ----
+
+    async def __aenter__(self) -> "Client":
+        if self._session is not None:
+            raise Error(-3, "this client is already entered")
+        if self.bridge_mode not in BRIDGE_MODES:
+            raise ArgumentError(f"bridge_mode must be one of {sorted(m for m in BRIDGE_MODES if m)} or None")
+        loop = asyncio.get_running_loop()
+        lib = library()
+        c = lib.lib
+        while _closing:
+            await loop.run_in_executor(None, _closing.pop(0).join)
+        _log.install(c)
+        host = lib.has_dispatch if self.host_dispatch is None else self.host_dispatch
+        if host and not lib.has_dispatch:
+            raise Error(-1, "this libmorvanta has no host dispatch")
+        if c.Morvanta_SetBridgeMode(BRIDGE_MODES[self.bridge_mode]) != 0:
+            raise Error(-3, "the library is already initialized")
+        if lib.has_dispatch and c.Morvanta_SetDispatchMode(1 if host else 0) != 0:
+            raise Error(-3, "the library is already initialized")
+        config = CInitConfig(_text(self.app_key), _text(self.log_path), _text(self.server_url),
+                             _text(self.locale), _tri(self.use_asset_server_config), _tri(self.debug))
+        handle = c_void_p()
+        code = await loop.run_in_executor(None, c.Morvanta_Initialize, byref(config), byref(handle))
+        if code != 0:
+            raise Error(code, "Morvanta_Initialize failed: " + _REFUSALS.get(code, "the SDK refused"))
+        session = _Session(lib, loop)
+        session.handles["SDK"] = handle.value or 0
+        if host:
+            session.fd = c.Morvanta_GetDispatchFd()
+            loop.add_reader(session.fd, self._dispatch)
+        self.host_dispatch = host
+        self._session = session
+        self._finalizer = weakref.finalize(self, _abandoned, session)
+        self._finalizer.atexit = False
+        return self
+
+    async def __aexit__(self, *exc: object) -> None:
+        await self.close()
+
+    async def close(self) -> None:
+        """Leaves the session (what leaving ``async with`` does)."""
+        session = self._session
+        if session is None:
+            return
+        if self._finalizer is not None:
+            self._finalizer.detach()
+        self._session = None
+        lib, loop = session.lib, session.loop
+        for stream in list(session.streams):
+            stream.close()
+        for user_data in list(session.listeners):
+            lib.channels.remove(user_data, self._channel_handle(session, user_data))
+        session.listeners.clear()
+        session.handles.pop("SDK", None)
+        session.destroy_handles()
+        await loop.run_in_executor(None, lib.lib.Morvanta_Uninitialize)
+        if session.fd >= 0:
+            # Answers queued at the end (calls pending at Uninitialize) run now.
+            while lib.lib.Morvanta_Dispatch(0) > 0:
+                pass
+            session.stop_watching()
+        _calls.abandon(loop, -2, "Bridge not initialized")
+
+    def _dispatch(self) -> None:
+        library().lib.Morvanta_Dispatch(0)
+
+    @property
+    def initialized(self) -> bool:
+        return self._session is not None
+
+    # ---- operations ----
+
+    def _live(self) -> _Session:
+        if self._session is None:
+            raise Error(-2, "the client is not entered")
+        return self._session
+
+    def _handle(self, session: _Session, family: str) -> int:
+        handle = session.handles.get(family)
+        if handle is None:
+            function = getattr(session.lib.lib, f"Morvanta_Get{family}Manager")
+            handle = function(session.handles["SDK"]) or 0
+            if not handle:
+                raise Error(-2, f"no {family} manager (not initialized)")
+            session.handles[family] = handle
+        return handle
+
+    async def _run(self, op: Operation, c_args: List[Any], keep: List[Any]) -> Any:
+        session = self._live()
+        handle = self._handle(session, op.family)
+        function = session.lib.functions[op.c_name]
+        if op.outcome == SENT:
+            code = function(handle, *c_args)
+            if code != 0:
+                raise Error(code, f"{op.c_name}: {_REFUSALS.get(code, 'failed')}")
+            return None
+        if op.outcome == QUERY:
+            return await session.loop.run_in_executor(None, _QUERIES[op.c_name], session.lib, function, handle)
+        user_data, future = _calls.start(session.loop)
+        code = function(handle, *c_args, session.lib.calls.by_family[op.outcome], user_data)
+        del keep  # strings and records were copied by the call
+        if code != 0:
+            _calls.forget(user_data)
+            if code == -1:
+                raise ArgumentError(f"{op.c_name} refused its arguments")
+            raise Error(code, f"{op.c_name}: {_REFUSALS.get(code, 'failed')}")
+        return await future
+
+    # ---- listeners ----
+
+    def _channel_handle(self, session: _Session, user_data: int) -> Optional[int]:
+        reg = _channels._registered.get(user_data)
+        family = reg.channel.family if reg else None
+        return self._handle(session, family) if family else None
+
+    def _add_listener(self, channel: Channel, listener: Any) -> None:
+        session = self._live()
+        if not isinstance(listener, (channel.base, Stream)):
+            raise ArgumentError(f"expected a {channel.base.__name__}")
+        handle = self._handle(session, channel.family) if channel.family else None
+        session.listeners.append(session.lib.channels.add(channel, handle, listener, session.loop))
+
+    def _remove_listener(self, channel: Channel, listener: Any) -> None:
+        session = self._live()
+        user_data = _channels.find(channel, listener)
+        if user_data is None:
+            raise Error(-1, f"this {channel.base.__name__} was not added")
+        session.listeners.remove(user_data)
+        code = session.lib.channels.remove(user_data, self._channel_handle_of(session, channel))
+        if code != 0:
+            raise Error(code, f"{channel.remove} failed")
+
+    def _channel_handle_of(self, session: _Session, channel: Channel) -> Optional[int]:
+        return self._handle(session, channel.family) if channel.family else None
+
+    def _event_stream(self, channel: Channel) -> EventStream:
+        session = self._live()
+        stream = Stream(channel.name)
+        self._add_listener(channel, stream)
+
+        def close() -> None:
+            if stream_handle in session.streams:
+                session.streams.remove(stream_handle)
+            if self._session is session:
+                self._remove_listener(channel, stream)
+
+        stream_handle = EventStream(stream, close)
+        session.streams.append(stream_handle)
+        return stream_handle
+
+    def add_global_event_listener(self, listener: Any) -> None:
+        """Adds a GlobalListener (Morvanta_AddGlobalEventListener)."""
+        self._add_listener(CHANNELS["global"], listener)
+
+    def remove_global_event_listener(self, listener: Any) -> None:
+        """Removes a GlobalListener (Morvanta_RemoveGlobalEventListener)."""
+        self._remove_listener(CHANNELS["global"], listener)
+
+    def global_events(self) -> EventStream:
+        """The global events as an asynchronous iterator."""
+        return self._event_stream(CHANNELS["global"])
+
+
+# ---- the synchronous queries, run on an executor thread ----
+
+def _member_list(lib: Library, function: Any, handle: int) -> List[Member]:
+    members, count = c_void_p(), c_uint32()
+    code = function(handle, byref(members), byref(count))
+    if code != 0:
+        raise Error(code, "Morvanta_Member_GetMemberList refused")
+    try:
+        return list_from_c(Member, members.value, count.value)
+    finally:
+        lib.lib.Morvanta_FreeMemberList(members, count)
+
+
+def _meeting_info(lib: Library, function: Any, handle: int) -> MeetingSDKInfo:
+    info = c_void_p()
+    code = function(handle, byref(info))
+    try:
+        record = one_from_c(MeetingSDKInfo, info.value) if code == 0 else None
+    finally:
+        lib.lib.Morvanta_FreeMeetingInfo(info)
+    if record is None:
+        raise Error(code if code != 0 else -1, "no meeting information (not in a meeting, or no answer in time)")
+    return record
+
+
+def _waiting_room_info(lib: Library, function: Any, handle: int) -> WaitingRoomInfo:
+    info = CWaitingRoomInfo()
+    code = function(handle, byref(info))
+    if code != 0:
+        raise Error(code, "Morvanta_WaitingRoom_GetInfo refused")
+    return from_c(WaitingRoomInfo, info)
+
+
+_QUERIES = {"Morvanta_Member_GetMemberList": _member_list, "Morvanta_Meeting_GetMeetingInfo": _meeting_info,
+            "Morvanta_WaitingRoom_GetInfo": _waiting_room_info}
+
+
+def library_version() -> str:
+    """The C library's version."""
+    version: bytes = library().lib.Morvanta_GetVersion()
+    return version.decode()
+
+
+if TYPE_CHECKING:
+    _unused = ctypes
