@@ -20,19 +20,15 @@ QUERY_OUT: Dict[str, Any] = {
 _OTHERS: Dict[str, Any] = {
     "Morvanta_Initialize": ([POINTER(CInitConfig), POINTER(c_void_p)], c_int32),
     "Morvanta_Uninitialize": ([], c_int32),
-    "Morvanta_IsInitialized": ([], c_int32),
     "Morvanta_GetVersion": ([], c_char_p),
-    "Morvanta_DestroySDKHandle": ([c_void_p], None),
     "Morvanta_SetLogHandler": ([_log.LogHandler, c_void_p], None),
     "Morvanta_SetLogLevel": ([c_int32], None),
     "Morvanta_SetBridgeMode": ([c_int32], c_int32),
-    "Morvanta_GetBridgeMode": ([], c_int32),
     "Morvanta_FreeMemberList": ([c_void_p, c_uint32], None),
     "Morvanta_FreeMeetingInfo": ([c_void_p], None),
 }
 _DISPATCH: Dict[str, Any] = {
     "Morvanta_SetDispatchMode": ([c_int32], c_int32),
-    "Morvanta_GetDispatchMode": ([], c_int32),
     "Morvanta_GetDispatchFd": ([], c_int32),
     "Morvanta_Dispatch": ([c_int32], c_int32),
 }

@@ -128,7 +128,7 @@ def _deliver(reg: _Registration, name: str, args: Tuple[Any, ...]) -> None:
     try:
         result = getattr(listener, name)(*args)
         if inspect.isawaitable(result):
-            task = reg.loop.create_task(result)  # type: ignore[arg-type]
+            task: "asyncio.Task[Any]" = reg.loop.create_task(result)  # type: ignore[arg-type]
             reg.tasks.add(task)
             task.add_done_callback(_finished(reg))
     except Exception:

@@ -80,7 +80,7 @@ def plan(record: type) -> List[_Field]:
     counts = layout._counts_
     skipped = set(counts.values())
     result: List[_Field] = []
-    for c_name, ctype in layout._fields_:
+    for c_name, ctype in _c_fields(layout):
         if c_name in skipped:
             continue
         name = py_name(c_name)
@@ -91,6 +91,10 @@ def plan(record: type) -> List[_Field]:
         raise TypeError(f"{record.__name__}: no C field for {sorted(missing)}")
     _plans[record] = result
     return result
+
+
+def _c_fields(layout: Type[Layout]) -> List[Tuple[str, Any]]:
+    return [(f[0], f[1]) for f in layout._fields_]
 
 
 # ---- C -> Python ----
@@ -137,14 +141,15 @@ def list_from_c(record: Type[T], address: Optional[int], count: int) -> List[T]:
     """Records of an array the library handed over (NULL or a count of 0: empty)."""
     if not address or count <= 0:
         return []
-    array = ctypes.cast(address, ctypes.POINTER(LAYOUTS[record]))
+    array: Any = ctypes.cast(address, ctypes.POINTER(LAYOUTS[record]))
     return [from_c(record, array[i]) for i in range(count)]
 
 
 def one_from_c(record: Type[T], address: Optional[int]) -> Optional[T]:
     if not address:
         return None
-    return from_c(record, ctypes.cast(address, ctypes.POINTER(LAYOUTS[record])).contents)
+    pointer: Any = ctypes.cast(address, ctypes.POINTER(LAYOUTS[record]))
+    return from_c(record, pointer.contents)
 
 
 # ---- Python -> C ----
@@ -169,7 +174,7 @@ def to_c(value: Any, keep: List[Any]) -> Layout:
     record = type(value)
     layout = LAYOUTS[record]
     c = layout()
-    fields = dict(layout._fields_)
+    fields: Dict[str, Any] = dict(_c_fields(layout))
     for name, c_name, kind, count_field, nested in plan(record):
         v = getattr(value, name)
         if kind in ("str", "opt_str"):

@@ -12,7 +12,8 @@ import atexit
 import ctypes
 import logging
 import os
-from typing import Optional
+import typing
+from typing import Any, Optional
 
 logger = logging.getLogger("morvanta")
 
@@ -34,6 +35,7 @@ def _on_line(level: int, line: Optional[bytes], user_data: Optional[int]) -> Non
 
 
 _handler = LogHandler(_on_line)  # lives as long as the process
+_NULL_HANDLER: Any = typing.cast(Any, LogHandler)()
 
 
 def library_level() -> int:
@@ -76,7 +78,7 @@ def _restore() -> None:
     quiet."""
     global _installed_in
     if _installed_in is not None:
-        _installed_in.Morvanta_SetLogHandler(LogHandler(), None)
+        _installed_in.Morvanta_SetLogHandler(_NULL_HANDLER, None)
         _installed_in = None
 
 

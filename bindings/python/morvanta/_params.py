@@ -45,7 +45,8 @@ class Param:
                 raise ArgumentError(f"{self.name} is required")
             return _NONE[self.kind]
         try:
-            return _CONVERT[self.kind](self, value, keep)
+            converted: Tuple[Any, ...] = _CONVERT[self.kind](self, value, keep)
+            return converted
         except (TypeError, ValueError, OverflowError) as e:
             raise ArgumentError(f"{self.name}: {e}") from None
 
