@@ -42,10 +42,18 @@ class _Session:
     def __init__(self, lib: Library, loop: asyncio.AbstractEventLoop) -> None:
         self.lib = lib
         self.loop = loop
+        self.sdk = 0
         self.handles: Dict[str, int] = {}
         self.fd = -1
         self.listeners: List[int] = []
         self.streams: List[EventStream] = []
+
+    def remove_listeners(self) -> None:
+        for user_data in self.listeners:
+            reg = _channels._registered.get(user_data)
+            family = reg.channel.family if reg else None
+            self.lib.channels.remove(user_data, self.handles.get(family) if family else None)
+        self.listeners.clear()
 
     def destroy_handles(self) -> None:
         for family, handle in self.handles.items():
@@ -63,9 +71,7 @@ def _abandoned(session: _Session) -> None:
     wait for the thread that collected it (a callback, the loop itself)."""
     def stop() -> None:
         try:
-            for user_data in session.listeners:
-                session.lib.channels.remove(user_data, session.handles.get("Meeting") or
-                                            session.handles.get("WaitingRoom"))
+            session.remove_listeners()
         except Exception:
             pass
         session.destroy_handles()
@@ -145,7 +151,7 @@ class Client:
         if code != 0:
             raise Error(code, "Morvanta_Initialize failed: " + _REFUSALS.get(code, "the SDK refused"))
         session = _Session(lib, loop)
-        session.handles["SDK"] = handle.value or 0
+        session.sdk = handle.value or 0
         if host:
             session.fd = c.Morvanta_GetDispatchFd()
             loop.add_reader(session.fd, self._dispatch)
@@ -169,10 +175,7 @@ class Client:
         lib, loop = session.lib, session.loop
         for stream in list(session.streams):
             stream.close()
-        for user_data in list(session.listeners):
-            lib.channels.remove(user_data, self._channel_handle(session, user_data))
-        session.listeners.clear()
-        session.handles.pop("SDK", None)
+        session.remove_listeners()
         session.destroy_handles()
         await loop.run_in_executor(None, lib.lib.Morvanta_Uninitialize)
         if session.fd >= 0:
@@ -200,7 +203,7 @@ class Client:
         handle = session.handles.get(family)
         if handle is None:
             function = getattr(session.lib.lib, f"Morvanta_Get{family}Manager")
-            handle = function(session.handles["SDK"]) or 0
+            handle = function(session.sdk) or 0
             if not handle:
                 raise Error(-2, f"no {family} manager (not initialized)")
             session.handles[family] = handle
@@ -228,11 +231,6 @@ class Client:
         return await future
 
     # ---- listeners ----
-
-    def _channel_handle(self, session: _Session, user_data: int) -> Optional[int]:
-        reg = _channels._registered.get(user_data)
-        family = reg.channel.family if reg else None
-        return self._handle(session, family) if family else None
 
     def _add_listener(self, channel: Channel, listener: Any) -> None:
         session = self._live()
