@@ -154,7 +154,7 @@ class Client:
         session.sdk = handle.value or 0
         if host:
             session.fd = c.Morvanta_GetDispatchFd()
-            loop.add_reader(session.fd, self._dispatch)
+            loop.add_reader(session.fd, c.Morvanta_Dispatch, 0)  # holds nothing of the Client
         self.host_dispatch = host
         self._session = session
         self._finalizer = weakref.finalize(self, _abandoned, session)
@@ -184,9 +184,6 @@ class Client:
                 pass
             session.stop_watching()
         _calls.abandon(loop, -2, "Bridge not initialized")
-
-    def _dispatch(self) -> None:
-        library().lib.Morvanta_Dispatch(0)
 
     @property
     def initialized(self) -> bool:
