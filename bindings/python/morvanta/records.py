@@ -14,19 +14,17 @@ from __future__ import annotations
 from dataclasses import dataclass, field
 from typing import List, Optional
 
-_record = dataclass(frozen=True)
-_options = dataclass(frozen=True, kw_only=True)
 
 
 # ---- records handed out by the library ----
 
-@_record
+@dataclass(frozen=True)
 class DeviceInfo:
     device_id: str
     device_name: str
 
 
-@_record
+@dataclass(frozen=True)
 class AccountInfo:
     user_uuid: str
     user_token: str
@@ -42,7 +40,7 @@ class AccountInfo:
     is_anonymous: Optional[bool]
 
 
-@_record
+@dataclass(frozen=True)
 class SearchAccountInfo:
     user_uuid: str
     nickname: str
@@ -51,19 +49,19 @@ class SearchAccountInfo:
     dept: Optional[str]
 
 
-@_record
+@dataclass(frozen=True)
 class ChatroomPermission:
     cr_perm: str
     wt_pr_chat: str
 
 
-@_record
+@dataclass(frozen=True)
 class ScheduledMember:
     user_uuid: str
     role: str
 
 
-@_record
+@dataclass(frozen=True)
 class WaitingRoomMember:
     uuid: str
     name: str
@@ -72,7 +70,7 @@ class WaitingRoomMember:
     status: int
 
 
-@_record
+@dataclass(frozen=True)
 class Member:
     uuid: str
     name: str
@@ -84,14 +82,14 @@ class Member:
     is_hands_up: bool
 
 
-@_record
+@dataclass(frozen=True)
 class ScreenCaptureImage:
     width: int
     height: int
     data: bytes
 
 
-@_record
+@dataclass(frozen=True)
 class ScreenCaptureSource:
     source_id: int
     source_name: str
@@ -103,14 +101,14 @@ class ScreenCaptureSource:
     thumbnail: ScreenCaptureImage
 
 
-@_record
+@dataclass(frozen=True)
 class LocalMember:
     user_uuid: str
     name: str
     role: str
 
 
-@_record
+@dataclass(frozen=True)
 class MeetingInfo:
     """A scheduled meeting."""
     local_member: Optional[LocalMember]
@@ -129,7 +127,7 @@ class MeetingInfo:
     enable_waiting_room: bool
 
 
-@_record
+@dataclass(frozen=True)
 class MeetingSDKInfo:
     """The meeting the local user is in."""
     user_uuid: str
@@ -157,7 +155,7 @@ class MeetingSDKInfo:
     is_breakout_room: Optional[bool]
 
 
-@_record
+@dataclass(frozen=True)
 class ChatMessageAttach:
     from_: Optional[str]
     from_nick: Optional[str]
@@ -172,7 +170,7 @@ class ChatMessageAttach:
     operator: Optional[str]
 
 
-@_record
+@dataclass(frozen=True)
 class ChatMessageFile:
     name: Optional[str]
     ext: Optional[str]
@@ -183,7 +181,7 @@ class ChatMessageFile:
     height: int
 
 
-@_record
+@dataclass(frozen=True)
 class ChatMessage:
     message_uuid: Optional[str]
     from_client_type: Optional[str]
@@ -214,7 +212,7 @@ class ChatMessage:
     loaded: Optional[str]
 
 
-@_record
+@dataclass(frozen=True)
 class WaitingRoomInfo:
     member_count: int
     is_enabled_on_entry: bool
@@ -223,7 +221,7 @@ class WaitingRoomInfo:
 
 # ---- records of the event channels ----
 
-@_record
+@dataclass(frozen=True)
 class RtcStats:
     duration: int
     tx_bytes: int
@@ -234,7 +232,7 @@ class RtcStats:
     rx_video_bytes: int
 
 
-@_record
+@dataclass(frozen=True)
 class LocalAudioStats:
     volume: int
     num_channels: int
@@ -242,7 +240,7 @@ class LocalAudioStats:
     sent_bitrate: int
 
 
-@_record
+@dataclass(frozen=True)
 class LocalVideoStats:
     capture_width: int
     capture_height: int
@@ -253,14 +251,14 @@ class LocalVideoStats:
     sent_bitrate: int
 
 
-@_record
+@dataclass(frozen=True)
 class RemoteAudioStats:
     user_uuid: Optional[str]
     volume: int
     received_bitrate: int
 
 
-@_record
+@dataclass(frozen=True)
 class RemoteVideoStats:
     user_uuid: Optional[str]
     width: int
@@ -270,14 +268,14 @@ class RemoteVideoStats:
     renderer_output_frame_rate: int
 
 
-@_record
+@dataclass(frozen=True)
 class NetworkQualityInfo:
     user_uuid: Optional[str]
     uplink_quality: int
     downlink_quality: int
 
 
-@_record
+@dataclass(frozen=True)
 class CustomMessage:
     room_uuid: Optional[str]
     sender_uuid: Optional[str]
@@ -285,7 +283,7 @@ class CustomMessage:
     timestamp: int
 
 
-@_record
+@dataclass(frozen=True)
 class SessionMessage:
     session_id: Optional[str]
     session_type: int
@@ -294,7 +292,7 @@ class SessionMessage:
     time: int
 
 
-@_record
+@dataclass(frozen=True)
 class SessionRecentInfo:
     session_id: Optional[str]
     session_type: int
@@ -303,19 +301,19 @@ class SessionRecentInfo:
 
 # ---- option records taken by operations ----
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class LoginByPasswordOptions:
     username: Optional[str] = None
     password: Optional[str] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class LoginBySmsCodeOptions:
     phone_number: Optional[str] = None
     sms_code: Optional[str] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class LoginByTokenOptions:
     account_id: Optional[str] = None
     account_token: Optional[str] = None
@@ -323,13 +321,13 @@ class LoginByTokenOptions:
     is_temporary: Optional[bool] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class ResetPasswordOptions:
     old_password: Optional[str] = None
     new_password: Optional[str] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class ChatroomTextMessageOptions:
     text: str
     id_client: Optional[str] = None
@@ -337,7 +335,7 @@ class ChatroomTextMessageOptions:
     to_user_uuid_list: List[str] = field(default_factory=list)
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class ChatroomSendFileMessageOptions:
     id_client: Optional[str] = None
     type: int = 0
@@ -349,7 +347,7 @@ class ChatroomSendFileMessageOptions:
     to_user_uuid_list: List[str] = field(default_factory=list)
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class ScreenShareConfig:
     need_request_meeting_server_screen_share: Optional[bool] = None
     source_id: Optional[str] = None
@@ -363,18 +361,18 @@ class ScreenShareConfig:
     is_linux: Optional[bool] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class StopScreenShareConfig:
     need_request_meeting_server_screen_share: Optional[bool] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class ScheduledMemberOption:
     user_uuid: str
     role: Optional[str] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class PreMeetingCreateOptions:
     subject: Optional[str] = None
     start_time: Optional[int] = None
@@ -387,30 +385,30 @@ class PreMeetingCreateOptions:
     no_cloud_record: Optional[bool] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class PreMeetingEditOptions(PreMeetingCreateOptions):
     pass
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class MeetingListParams:
     states: List[int] = field(default_factory=list)
     offset: Optional[int] = None
     size: Optional[int] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class VideoProfile:
     resolution: int
     frame_rate: int
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class CloudRecordConfig:
     enable: bool
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class MeetingCreateOptions:
     subject: str
     meeting_num: Optional[str] = None
@@ -432,7 +430,7 @@ class MeetingCreateOptions:
     cloud_record_config: Optional[CloudRecordConfig] = None
 
 
-@_options
+@dataclass(frozen=True, kw_only=True)
 class MeetingJoinOptions:
     meeting_num: str
     user_uuid: Optional[str] = None
