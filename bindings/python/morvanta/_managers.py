@@ -24,6 +24,8 @@ _MISSING: Any = object()
 
 def _values(op: Operation, index: Dict[str, int], args: Tuple[Any, ...], kwargs: Dict[str, Any]) -> List[Any]:
     params = op.params
+    if not kwargs and len(args) == len(params):
+        return list(args)
     if len(args) > len(params):
         raise ArgumentError(f"{op.c_name} takes {len(params)} arguments, {len(args)} given")
     values = list(args) + [_MISSING] * (len(params) - len(args))
