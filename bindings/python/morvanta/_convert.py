@@ -27,9 +27,7 @@ def snake(name: str) -> str:
 
 
 def py_name(c_name: str) -> str:
-    if c_name.endswith("_") and keyword.iskeyword(c_name[:-1]):
-        return c_name[:-1]
-    name = snake(c_name)
+    name = snake(c_name.rstrip("_"))  # C's own escape of a C++ keyword ("operator_") goes
     return name + "_" if keyword.iskeyword(name) else name
 
 
