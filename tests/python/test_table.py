@@ -3,6 +3,7 @@ deliberately left out, and every row's arguments and outcome match the C
 prototype (a wrong row would hand the library wrongly typed arguments)."""
 from __future__ import annotations
 
+import pathlib
 import re
 from typing import Dict, List, Tuple
 
@@ -126,3 +127,25 @@ def test_method_names_are_the_snake_case_of_the_operations() -> None:
         assert method.__doc__ == f"Awaits {op.c_name}."
     counts = {family: sum(1 for op in _table.OPERATIONS if op.family == family) for family in _table.MANAGERS}
     assert sum(counts.values()) == len({op.c_name for op in _table.OPERATIONS}) == len(_table.OPERATIONS)
+
+
+def test_typed_face_is_current_and_matches_the_methods() -> None:
+    import importlib.util
+    import inspect
+
+    from conftest import ROOT
+
+    from morvanta import _api
+    from morvanta._managers import MANAGER_CLASSES
+    spec = importlib.util.spec_from_file_location("render_api", ROOT / "bindings/python/tools/render_api.py")
+    assert spec and spec.loader
+    render = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(render)
+    assert pathlib.Path(_api.__file__).read_text() == render.render(), "run bindings/python/tools/render_api.py"
+    for family, runtime in MANAGER_CLASSES.items():
+        typed = getattr(_api, f"{family}Manager")
+        names = {n for n in vars(typed) if not n.startswith("_")}
+        assert names == {n for n in vars(runtime) if not n.startswith("_") and n != "family"}, family
+        for name in names:
+            assert list(inspect.signature(getattr(typed, name)).parameters) == \
+                list(inspect.signature(getattr(runtime, name)).parameters), (family, name)

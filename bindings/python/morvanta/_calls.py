@@ -55,6 +55,7 @@ class Family:
     payload: Tuple[Any, ...]             # ctypes of the payload arguments
     take: Callable[..., Any]             # payload -> Python value
     free: Optional[str] = None           # the library's release function
+    record: bool = False                 # a single record: its absence on success is a failure
 
     def prototype(self) -> Any:
         return ctypes.CFUNCTYPE(None, c_int, c_char_p, *self.payload, c_void_p)
@@ -62,7 +63,7 @@ class Family:
     def make_trampoline(self, lib: ctypes.CDLL) -> Any:
         prototype = self.prototype()
         release = getattr(lib, self.free) if self.free else None
-        take = self.take
+        take, record = self.take, self.record
 
         def trampoline(code: int, message: Optional[bytes], *rest: Any) -> None:
             try:
@@ -77,6 +78,8 @@ class Family:
                 if entry is None:
                     return
                 text = "" if message is None else message.decode("utf-8", "replace")
+                if code == 0 and record and value is None:
+                    code, text = -1, "The answer carried no record"
                 if threading.get_ident() == entry.thread:
                     _settle(entry.future, code, text, value)
                 else:
@@ -87,8 +90,8 @@ class Family:
         return prototype(trampoline)
 
 
-def _string(address: Optional[int]) -> Optional[str]:
-    return ctypes.string_at(address).decode("utf-8", "replace") if address else None
+def _string(address: Optional[int]) -> str:
+    return ctypes.string_at(address).decode("utf-8", "replace") if address else ""
 
 
 def _record(record: type) -> Callable[[Optional[int]], Any]:
@@ -105,13 +108,14 @@ FAMILIES: Dict[str, Family] = {f.name: f for f in (
     Family("string", (c_void_p,), _string, "Morvanta_FreeString"),
     Family("integer", (c_uint32,), int),
     Family("device_list", (c_void_p, c_uint32), _records(r.DeviceInfo), "Morvanta_FreeDeviceList"),
-    Family("account_info", (c_void_p,), _record(r.AccountInfo), "Morvanta_FreeAccountInfo"),
+    Family("account_info", (c_void_p,), _record(r.AccountInfo), "Morvanta_FreeAccountInfo", True),
     Family("account_list", (c_void_p, c_int32), _records(r.SearchAccountInfo), "Morvanta_FreeAccountList"),
-    Family("chat_message", (c_void_p,), _record(r.ChatMessage), "Morvanta_FreeChatMessage"),
-    Family("chatroom_permission", (c_void_p,), _record(r.ChatroomPermission), "Morvanta_FreeChatroomPermission"),
+    Family("chat_message", (c_void_p,), _record(r.ChatMessage), "Morvanta_FreeChatMessage", True),
+    Family("chatroom_permission", (c_void_p,), _record(r.ChatroomPermission), "Morvanta_FreeChatroomPermission",
+           True),
     Family("screen_source_list", (c_void_p, c_uint32), _records(r.ScreenCaptureSource),
            "Morvanta_FreeScreenCaptureSourceList"),
-    Family("pre_meeting_info", (c_void_p,), _record(r.MeetingInfo), "Morvanta_FreePreMeetingInfo"),
+    Family("pre_meeting_info", (c_void_p,), _record(r.MeetingInfo), "Morvanta_FreePreMeetingInfo", True),
     Family("meeting_list", (c_void_p, c_int32), _records(r.MeetingInfo), "Morvanta_FreeMeetingList"),
     Family("scheduled_member_list", (c_void_p, c_int32), _records(r.ScheduledMember),
            "Morvanta_FreeScheduledMembers"),

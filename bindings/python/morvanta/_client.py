@@ -8,12 +8,12 @@ import weakref
 from ctypes import byref, c_uint32, c_void_p
 from typing import TYPE_CHECKING, Any, Dict, List, Optional
 
-from . import _calls, _channels, _log
+from . import _api, _calls, _channels, _log
 from ._binding import Library, library
 from ._channels import CHANNELS, Channel, Stream
 from ._convert import from_c, list_from_c, one_from_c
 from ._cstructs import CInitConfig, CWaitingRoomInfo
-from ._managers import MANAGER_CLASSES, Manager
+from ._managers import MANAGER_CLASSES
 from ._table import MANAGERS, QUERY, SENT, Operation
 from .errors import ArgumentError, Error
 from .events import EventStream
@@ -96,17 +96,17 @@ class Client:
     changed before entering.
     """
 
-    account: Manager
-    audio: Manager
-    chatroom: Manager
-    invite: Manager
-    meeting: Manager
-    member: Manager
-    pre_meeting: Manager
-    screen_share: Manager
-    security: Manager
-    video: Manager
-    waiting_room: Manager
+    account: _api.AccountManager
+    audio: _api.AudioManager
+    chatroom: _api.ChatroomManager
+    invite: _api.InviteManager
+    meeting: _api.MeetingManager
+    member: _api.MemberManager
+    pre_meeting: _api.PreMeetingManager
+    screen_share: _api.ScreenShareManager
+    security: _api.SecurityManager
+    video: _api.VideoManager
+    waiting_room: _api.WaitingRoomManager
 
     def __init__(self, app_key: str, log_path: str, *, server_url: Optional[str] = None,
                  locale: Optional[str] = None, use_asset_server_config: Optional[bool] = None,
