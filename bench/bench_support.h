@@ -4,7 +4,7 @@
 // side and times their arrival at the host's C listener.
 //
 // Needs the C layer linked statically (the probe reaches the library's
-// bridge through support/sandbox_eval.h to steer the sandbox SDK).
+// bridge through support/sandbox_run.h to steer the sandbox SDK).
 #pragma once
 
 #include <sys/resource.h>
@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "morvanta.h"
-#include "support/sandbox_eval.h"
+#include "support/sandbox_run.h"
 
 namespace morvanta_bench {
 
@@ -57,7 +57,7 @@ inline long RssKiB() {
 }
 
 inline morvanta::JSValue Eval(const std::string& script) {
-  return morvanta_test::SandboxEval(script, std::chrono::seconds(60));
+  return morvanta_test::SandboxRun(script, std::chrono::seconds(60)).value;
 }
 
 // A quiet sandbox (no simulated members, script or statistics: only what a

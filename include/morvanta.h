@@ -88,10 +88,14 @@
  * initialized", as an unavailable library does. Morvanta_Uninitialize then
  * works as usual, and Morvanta_Initialize starts a fresh runtime and loads
  * the SDK again.
- * A rejection whose reason cannot be described (its message getter throws,
- * it has no text form) is answered at once with -1 and "Promise rejected: "
- * plus {"success":false,"error":"Rejected with a reason that cannot be shown
- * as text"}.
+ * A rejection is answered with -1 and "Promise rejected: " plus
+ * {"success":false,"error":<the reason's message, or else its text form>},
+ * the message written as the JSON value it is (a message of 42 gives
+ * "error":42). A rejection whose reason cannot be described so (null or
+ * undefined, a message getter that throws, no text form, a message JSON
+ * cannot write: a BigInt, a cycle) is answered at once with -1 and
+ * "Promise rejected: " plus {"success":false,"error":"Rejected with a reason
+ * that cannot be shown as text"}.
  * Text. Every string the library hands to the host is valid UTF-8: what
  * UTF-8 cannot carry (a lone UTF-16 surrogate) arrives as U+FFFD. Bytes of a
  * host string that are not well-formed UTF-8 reach the SDK as U+FFFD, one
