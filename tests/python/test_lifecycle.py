@@ -83,6 +83,10 @@ async def test_service_failures_and_refused_arguments(client: mv.Client, scenari
     with pytest.raises(mv.Error) as caught:
         await client.account.logout()
     assert caught.value.code == -2
+    assert mv.library_version() == "1.0.0"
+    with pytest.raises(mv.Error) as caught:
+        await mv.Client("sandbox-revoked-key", "/tmp").__aenter__()
+    assert caught.value.code == 1003
     async with client as c:
         with pytest.raises(mv.Error) as caught:
             await c.account.login_by_password(mv.LoginByPasswordOptions(username="alice", password="wrong"))

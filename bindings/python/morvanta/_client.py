@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import asyncio
+import atexit
 import ctypes
 import threading
 import weakref
@@ -26,6 +27,8 @@ _REFUSALS = {-1: "refused argument", -2: "not initialized", -3: "already initial
 # A session left without `async with` ending it is uninitialised on a thread
 # of its own; the next Client waits for it.
 _closing: List[threading.Thread] = []
+# The entered session, for the interpreter's exit.
+_active: List["_Session"] = []
 
 
 def _tri(value: Optional[bool]) -> int:
@@ -47,6 +50,7 @@ class _Session:
         self.fd = -1
         self.listeners: List[int] = []
         self.streams: List[EventStream] = []
+        self.host = False
 
     def remove_listeners(self) -> None:
         for user_data in self.listeners:
@@ -82,9 +86,30 @@ def _abandoned(session: _Session) -> None:
             session.loop.call_soon_threadsafe(session.stop_watching)
     except RuntimeError:
         pass
+    if session in _active:
+        _active.remove(session)
     thread = threading.Thread(target=stop, name="morvanta-abandoned-client", daemon=True)
     _closing.append(thread)
     thread.start()
+
+
+@atexit.register
+def _at_exit() -> None:
+    """The interpreter ends while a session is entered. With host dispatch
+    nothing of Python runs unless the loop dispatches, so the library's own
+    exit handling suffices; with worker dispatch the session is ended now,
+    while Python can still take the callbacks that ending it may bring."""
+    for thread in list(_closing):
+        thread.join(timeout=20)
+    for session in list(_active):
+        _active.remove(session)
+        try:
+            session.remove_listeners()
+            if not session.host:
+                session.destroy_handles()
+                session.lib.lib.Morvanta_Uninitialize()
+        except Exception:
+            pass
 
 
 class Client:
@@ -155,8 +180,9 @@ class Client:
         if host:
             session.fd = c.Morvanta_GetDispatchFd()
             loop.add_reader(session.fd, c.Morvanta_Dispatch, 0)  # holds nothing of the Client
-        self.host_dispatch = host
+        self.host_dispatch = session.host = host
         self._session = session
+        _active.append(session)
         self._finalizer = weakref.finalize(self, _abandoned, session)
         self._finalizer.atexit = False
         return self
@@ -172,6 +198,8 @@ class Client:
         if self._finalizer is not None:
             self._finalizer.detach()
         self._session = None
+        if session in _active:
+            _active.remove(session)
         lib, loop = session.lib, session.loop
         for stream in list(session.streams):
             stream.close()
