@@ -174,7 +174,7 @@ class Client:
         handle = c_void_p()
         code = await loop.run_in_executor(None, c.Morvanta_Initialize, byref(config), byref(handle))
         if code != 0:
-            raise Error(code, "Morvanta_Initialize failed: " + _REFUSALS.get(code, "the SDK refused"))
+            raise Error(code, f"Morvanta_Initialize failed with code {code} (the logger 'morvanta' says why)")
         session = _Session(lib, loop)
         session.sdk = handle.value or 0
         if host:
