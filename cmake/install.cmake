@@ -10,7 +10,8 @@ set(MORVANTA_SANDBOX_DIR "${CMAKE_INSTALL_DATADIR}/morvanta/sandbox")
 
 install(TARGETS morvanta EXPORT MorvantaTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development)
-install(FILES ${CMAKE_SOURCE_DIR}/include/morvanta.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${CMAKE_SOURCE_DIR}/include/morvanta.h ${CMAKE_SOURCE_DIR}/include/morvanta_glib.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 install(EXPORT MorvantaTargets NAMESPACE Morvanta:: DESTINATION ${MORVANTA_CMAKE_DIR})
 configure_package_config_file(${CMAKE_SOURCE_DIR}/cmake/MorvantaConfig.cmake.in

@@ -12,7 +12,7 @@ prefix="$work/prefix"
 
 cmake --install "$build" --prefix "$prefix" >/dev/null
 libdir="$(dirname "$(find "$prefix" -name morvanta.pc -print -quit)")/.."
-for f in "$prefix/include/morvanta.h" "$libdir/libmorvanta.so" "$libdir/libmorvanta.so.0" \
+for f in "$prefix/include/morvanta.h" "$prefix/include/morvanta_glib.h" "$libdir/libmorvanta.so" "$libdir/libmorvanta.so.0" \
          "$libdir/libmorvanta.so.0.1.0" "$libdir/cmake/Morvanta/MorvantaConfig.cmake" \
          "$libdir/cmake/Morvanta/MorvantaConfigVersion.cmake" "$prefix/share/morvanta/sandbox/index.js" \
          "$prefix/bin/morvanta-demo"; do
@@ -36,3 +36,9 @@ export PKG_CONFIG_PATH="$libdir/pkgconfig"
 cc -std=c99 -Wall -Wextra -pedantic -Werror -o "$work/consumer_pkgconfig" "$work/consumer_host.c" \
   $(pkg-config --cflags --libs morvanta) -lpthread -Wl,-rpath,"$(pkg-config --variable=libdir morvanta)"
 "$work/consumer_pkgconfig"
+
+# The GLib helper compiles as strict C99 from the installed tree alone.
+if pkg-config --exists glib-2.0; then
+  echo '#include <morvanta_glib.h>' | cc -std=c99 -Wall -Wextra -pedantic -Werror -fsyntax-only -x c - \
+    $(pkg-config --cflags morvanta glib-2.0)
+fi
