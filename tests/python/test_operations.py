@@ -6,7 +6,7 @@ import asyncio
 from typing import Any, List, Set
 
 import pytest
-from conftest import ALICE, until
+from conftest import ALICE
 
 import morvanta as mv
 from morvanta import _client, _table

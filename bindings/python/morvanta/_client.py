@@ -3,11 +3,10 @@ from __future__ import annotations
 
 import asyncio
 import atexit
-import ctypes
 import threading
 import weakref
 from ctypes import byref, c_uint32, c_void_p
-from typing import TYPE_CHECKING, Any, Dict, List, Optional
+from typing import Any, Dict, List, Optional
 
 from . import _api, _calls, _channels, _log
 from ._binding import Library, library
@@ -347,6 +346,3 @@ def library_version() -> str:
     version: bytes = library().lib.Morvanta_GetVersion()
     return version.decode()
 
-
-if TYPE_CHECKING:
-    _unused = ctypes

@@ -8,7 +8,7 @@ from __future__ import annotations
 
 import ctypes
 from ctypes import (POINTER, c_bool, c_char_p, c_double, c_int, c_int8, c_int32, c_int64, c_uint8, c_uint32,
-                    c_uint64, c_void_p)
+                    c_uint64)
 from typing import Dict, Type
 
 from . import records as r
@@ -162,5 +162,3 @@ LAYOUTS: Dict[type, Type[Layout]] = {
     r.MeetingListParams: CMeetingListParams, r.VideoProfile: CVideoProfile, r.CloudRecordConfig: CCloudRecordConfig,
     r.MeetingCreateOptions: CMeetingCreateOptions, r.MeetingJoinOptions: CMeetingJoinOptions,
 }
-
-__all__ = ["Layout", "LAYOUTS", "CInitConfig", "c_void_p"]

@@ -8,7 +8,7 @@ interface would refuse raises ``ArgumentError`` before anything is sent.
 from __future__ import annotations
 
 import ctypes
-from ctypes import POINTER, c_char_p, c_int, c_int32, c_int64, c_uint32, c_void_p
+from ctypes import POINTER, c_char_p, c_int32, c_int64, c_uint32, c_void_p
 from dataclasses import dataclass
 from typing import Any, List, Optional, Tuple
 
@@ -149,5 +149,4 @@ def message(name: str = "message") -> Param:
     return record(name, r.ChatMessage)
 
 
-__all__ = ["Param", "REQUIRED", "text", "i32", "u32", "i64", "flag", "tri", "strings", "view", "record", "message",
-           "c_int"]
+__all__ = ["Param", "REQUIRED", "text", "i32", "u32", "i64", "flag", "tri", "strings", "view", "record", "message"]
