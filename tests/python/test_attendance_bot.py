@@ -12,12 +12,14 @@ SCENARIO = {"meeting": {
     "members": ["Grace Hopper", "Alan Turing", "Mallory Mole", "Ada Lovelace"], "memberCount": 3,
     "joinStepMs": 40, "rtcStatsIntervalMs": 0, "autoAdmitMs": None,
     "script": [
-        {"atMs": 500, "member": 0, "action": "chat", "text": "!help"},
-        {"atMs": 650, "member": 1, "action": "chat", "text": "!who"},
-        {"atMs": 800, "member": 3, "action": "join"},
-        {"atMs": 1100, "member": 1, "action": "leave"},
-        {"atMs": 1200, "member": 0, "action": "chat", "text": "thanks, bye"},
-        {"atMs": 1500, "action": "endMeeting"},
+        # Spaced out so that each reply is sent before the next event, even in
+        # the compatible bridge mode's 100 ms polls on a loaded machine.
+        {"atMs": 900, "member": 0, "action": "chat", "text": "!help"},
+        {"atMs": 1100, "member": 1, "action": "chat", "text": "!who"},
+        {"atMs": 1500, "member": 3, "action": "join"},
+        {"atMs": 2000, "member": 1, "action": "leave"},
+        {"atMs": 2100, "member": 0, "action": "chat", "text": "thanks, bye"},
+        {"atMs": 2300, "action": "endMeeting"},
     ]}}
 
 
