@@ -83,6 +83,12 @@ async def test_cancelled_calls_are_dropped_safely(client: mv.Client, scenario: A
         done = await asyncio.gather(*calls, return_exceptions=True)
         assert all(v == 80 for v in done[1::3]) and all(isinstance(v, asyncio.CancelledError) for v in done[::3])
         await until(lambda: _calls.pending_count() == 0)
+        # A call still waiting when the client leaves is answered or failed, never left hanging.
+        late = asyncio.ensure_future(c.account.get_account_info())
+        await asyncio.sleep(0.02)
+    (outcome,) = await asyncio.wait_for(asyncio.gather(late, return_exceptions=True), 5)
+    assert isinstance(outcome, (mv.AccountInfo, mv.Error)), outcome
+    assert _calls.pending_count() == 0
 
 
 async def test_service_failures_and_refused_arguments(client: mv.Client, scenario: Any) -> None:

@@ -71,9 +71,6 @@ class Manager:
     def __init__(self, client: "Client") -> None:
         self._client = client
 
-    if TYPE_CHECKING:
-        def __getattr__(self, name: str) -> Callable[..., Awaitable[Any]]: ...
-
     def _add(self, channel: Channel, listener: Any) -> None:
         self._client._add_listener(channel, listener)
 
