@@ -151,14 +151,14 @@ def test_library_search_order_and_failure(monkeypatch: pytest.MonkeyPatch, tmp_p
     pc.write_text(f"libdir={os.path.dirname(found)}\nName: morvanta\nDescription: x\nVersion: 1.0.0\n")
     monkeypatch.setenv("PKG_CONFIG_PATH", str(tmp_path))
     monkeypatch.setenv("MORVANTA_LIBRARY", str(tmp_path / "nowhere.so"))
-    with pytest.raises(_library.LibraryNotFound):  # pkg-config names a file the package does not look for
+    with pytest.raises(mv.LibraryNotFound):  # pkg-config names a file the package does not look for
         _library.load()
     monkeypatch.setattr(_library, "_NAMES", ("libmorvanta.so.0",))
     assert _library.load()._name == os.path.join(os.path.dirname(found), "libmorvanta.so.0")  # type: ignore[attr-defined]
     monkeypatch.setattr(_library, "_loaded", None)
     monkeypatch.setenv("PATH", str(tmp_path))  # no pkg-config
     monkeypatch.setattr(_library, "_NAMES", ("libmorvanta-missing.so.0",))
-    with pytest.raises(_library.LibraryNotFound) as failure:
+    with pytest.raises(mv.LibraryNotFound) as failure:
         _library.load()
     text = str(failure.value)
     assert "MORVANTA_LIBRARY: " + str(tmp_path / "nowhere.so") in text

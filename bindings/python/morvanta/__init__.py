@@ -11,6 +11,7 @@ subclasses of the listener classes, on the loop's own thread.
 from __future__ import annotations
 
 from ._client import Client, library_version
+from ._library import LibraryNotFound
 from ._log import route_log
 from .errors import ArgumentError, Error
 from .events import Event, EventStream
@@ -25,12 +26,16 @@ from .records import (DeviceInfo, AccountInfo, SearchAccountInfo, ChatroomPermis
                       PreMeetingCreateOptions, PreMeetingEditOptions, MeetingListParams, VideoProfile,
                       CloudRecordConfig, MeetingCreateOptions, MeetingJoinOptions)
 
-__all__ = ["Client", "Error", "ArgumentError", "Event", "EventStream", "GlobalListener", "MeetingListener",
-           "MessageChannelListener", "RtcStatsListener", "WaitingRoomListener", "library_version", "route_log",
-           "DeviceInfo", "AccountInfo", "SearchAccountInfo", "ChatroomPermission", "ScheduledMember", "WaitingRoomMember",
-           "Member", "ScreenCaptureImage", "ScreenCaptureSource", "LocalMember", "MeetingInfo", "MeetingSDKInfo",
-           "ChatMessageAttach", "ChatMessageFile", "ChatMessage", "WaitingRoomInfo", "RtcStats", "LocalAudioStats",
-           "LocalVideoStats", "RemoteAudioStats", "RemoteVideoStats", "NetworkQualityInfo", "CustomMessage", "SessionMessage",
-           "SessionRecentInfo", "LoginByPasswordOptions", "LoginBySmsCodeOptions", "LoginByTokenOptions", "ResetPasswordOptions", "ChatroomTextMessageOptions",
-           "ChatroomSendFileMessageOptions", "ScreenShareConfig", "StopScreenShareConfig", "ScheduledMemberOption", "PreMeetingCreateOptions", "PreMeetingEditOptions",
-           "MeetingListParams", "VideoProfile", "CloudRecordConfig", "MeetingCreateOptions", "MeetingJoinOptions"]
+__all__ = [
+    "Client", "Error", "ArgumentError", "Event", "EventStream", "GlobalListener", "MeetingListener",
+    "MessageChannelListener", "RtcStatsListener", "WaitingRoomListener", "library_version", "route_log",
+    "LibraryNotFound", "DeviceInfo", "AccountInfo", "SearchAccountInfo", "ChatroomPermission", "ScheduledMember",
+    "WaitingRoomMember", "Member", "ScreenCaptureImage", "ScreenCaptureSource", "LocalMember", "MeetingInfo",
+    "MeetingSDKInfo", "ChatMessageAttach", "ChatMessageFile", "ChatMessage", "WaitingRoomInfo", "RtcStats",
+    "LocalAudioStats", "LocalVideoStats", "RemoteAudioStats", "RemoteVideoStats", "NetworkQualityInfo",
+    "CustomMessage", "SessionMessage", "SessionRecentInfo", "LoginByPasswordOptions", "LoginBySmsCodeOptions",
+    "LoginByTokenOptions", "ResetPasswordOptions", "ChatroomTextMessageOptions", "ChatroomSendFileMessageOptions",
+    "ScreenShareConfig", "StopScreenShareConfig", "ScheduledMemberOption", "PreMeetingCreateOptions",
+    "PreMeetingEditOptions", "MeetingListParams", "VideoProfile", "CloudRecordConfig", "MeetingCreateOptions",
+    "MeetingJoinOptions"
+]
