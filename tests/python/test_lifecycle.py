@@ -143,6 +143,16 @@ async def test_a_client_collected_without_leaving(tmp_path: pathlib.Path) -> Non
         assert (await c.account.login_by_password(ALICE)).user_uuid == "user-alice-0001"
 
 
+async def test_entering_cancelled_midway(tmp_path: pathlib.Path) -> None:
+    entering = asyncio.ensure_future(mv.Client(APP_KEY, str(tmp_path)).__aenter__())
+    await asyncio.sleep(0.05)
+    entering.cancel()
+    with pytest.raises(asyncio.CancelledError):
+        await entering
+    async with mv.Client(APP_KEY, str(tmp_path)) as c:  # the abandoned start was ended
+        assert (await c.account.login_by_password(ALICE)).nickname == "Alice Archer"
+
+
 def test_library_search_order_and_failure(monkeypatch: pytest.MonkeyPatch, tmp_path: pathlib.Path) -> None:
     found = os.environ["MORVANTA_LIBRARY"]
     monkeypatch.setattr(_library, "_loaded", None)

@@ -3,7 +3,7 @@ from __future__ import annotations
 
 import asyncio
 import atexit
-import threading
+import concurrent.futures
 import weakref
 from ctypes import byref, c_uint32, c_void_p
 from typing import Any, Dict, List, Optional
@@ -23,9 +23,12 @@ BRIDGE_MODES = {None: 0, "compatible": 1, "concurrent": 2}
 _REFUSALS = {-1: "refused argument", -2: "not initialized", -3: "already initialized or invalid configuration",
              -999: "internal fault"}
 
-# A session left without `async with` ending it is uninitialised on a thread
-# of its own; the next Client waits for it.
-_closing: List[threading.Thread] = []
+# Every lifecycle call (choosing the modes, Initialize, Uninitialize) runs on
+# this one thread, in order, so that none overlaps another: a session left
+# without `async with` ending it, or a start whose task was cancelled, is
+# ended there, and the next Client's start queues behind it. Never waited for
+# from a callback.
+_lifecycle = concurrent.futures.ThreadPoolExecutor(max_workers=1, thread_name_prefix="morvanta-lifecycle")
 # The entered session, for the interpreter's exit.
 _active: List["_Session"] = []
 
@@ -87,9 +90,10 @@ def _abandoned(session: _Session) -> None:
         pass
     if session in _active:
         _active.remove(session)
-    thread = threading.Thread(target=stop, name="morvanta-abandoned-client", daemon=True)
-    _closing.append(thread)
-    thread.start()
+    try:
+        _lifecycle.submit(stop)
+    except RuntimeError:  # the interpreter is ending: the library's exit handling ends the session
+        pass
 
 
 @atexit.register
@@ -98,8 +102,6 @@ def _at_exit() -> None:
     nothing of Python runs unless the loop dispatches, so the library's own
     exit handling suffices; with worker dispatch the session is ended now,
     while Python can still take the callbacks that ending it may bring."""
-    for thread in list(_closing):
-        thread.join(timeout=20)
     for session in list(_active):
         _active.remove(session)
         try:
@@ -109,6 +111,22 @@ def _at_exit() -> None:
                 session.lib.lib.Morvanta_Uninitialize()
         except Exception:
             pass
+
+
+def _start(lib: Library, bridge_mode: int, host: bool, config: Any, handle: c_void_p) -> int:
+    c = lib.lib
+    if c.Morvanta_SetBridgeMode(bridge_mode) != 0:
+        return -3
+    if lib.has_dispatch and c.Morvanta_SetDispatchMode(1 if host else 0) != 0:
+        return -3
+    code: int = c.Morvanta_Initialize(byref(config), byref(handle))
+    return code
+
+
+def _undo_start(lib: Library, starting: "concurrent.futures.Future[int]") -> None:
+    """Queued behind a start whose task was cancelled: ends the session it made."""
+    if not starting.cancelled() and starting.exception() is None and starting.result() == 0:
+        lib.lib.Morvanta_Uninitialize()
 
 
 class Client:
@@ -158,20 +176,19 @@ class Client:
         loop = asyncio.get_running_loop()
         lib = library()
         c = lib.lib
-        while _closing:
-            await loop.run_in_executor(None, _closing.pop(0).join)
         _log.install(c)
         host = lib.has_dispatch if self.host_dispatch is None else self.host_dispatch
         if host and not lib.has_dispatch:
             raise Error(-1, "this libmorvanta has no host dispatch")
-        if c.Morvanta_SetBridgeMode(BRIDGE_MODES[self.bridge_mode]) != 0:
-            raise Error(-3, "the library is already initialized")
-        if lib.has_dispatch and c.Morvanta_SetDispatchMode(1 if host else 0) != 0:
-            raise Error(-3, "the library is already initialized")
         config = CInitConfig(_text(self.app_key), _text(self.log_path), _text(self.server_url),
                              _text(self.locale), _tri(self.use_asset_server_config), _tri(self.debug))
         handle = c_void_p()
-        code = await loop.run_in_executor(None, c.Morvanta_Initialize, byref(config), byref(handle))
+        starting = _lifecycle.submit(_start, lib, BRIDGE_MODES[self.bridge_mode], host, config, handle)
+        try:
+            code = await asyncio.shield(asyncio.wrap_future(starting))
+        except asyncio.CancelledError:
+            _lifecycle.submit(_undo_start, lib, starting)  # the start goes on; its session is ended
+            raise
         if code != 0:
             raise Error(code, f"Morvanta_Initialize failed with code {code} (the logger 'morvanta' says why)")
         session = _Session(lib, loop)
@@ -204,7 +221,7 @@ class Client:
             stream.close()
         session.remove_listeners()
         session.destroy_handles()
-        await loop.run_in_executor(None, lib.lib.Morvanta_Uninitialize)
+        await asyncio.wrap_future(_lifecycle.submit(lib.lib.Morvanta_Uninitialize))
         if session.fd >= 0:
             # Answers queued at the end (calls pending at Uninitialize) run now.
             while lib.lib.Morvanta_Dispatch(0) > 0:
