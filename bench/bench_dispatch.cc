@@ -67,9 +67,13 @@ class HostLoop {
     fd_ = Morvanta_GetDispatchFd();
     thread_ = std::thread([this] {
       while (!stop_) {
+        if (paused_) {  // the descriptor stays readable: do not spin on it
+          std::this_thread::sleep_for(std::chrono::milliseconds(10));
+          continue;
+        }
         pollfd p{fd_, POLLIN, 0};
         ::poll(&p, 1, 50);
-        if (!paused_) Morvanta_Dispatch(0);
+        Morvanta_Dispatch(0);
       }
     });
   }

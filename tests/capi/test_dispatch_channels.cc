@@ -406,3 +406,22 @@ TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriv
   EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0);
   Morvanta_DestroyAudioManagerHandle(audio);
 }
+
+TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnsweredThroughTheQueue) {
+  SandboxEval("(morVantaSandbox.override('audio.getSpeakerVolume', {fail: 'hang'}), true)");
+  Witness w;
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char* message, uint32_t, void* ud) {
+      static_cast<Witness*>(ud)->Saw(std::to_string(code) + ":" + message);
+    }, &w), 0);
+  DrainWorker();
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  // Answered before Morvanta_Uninitialize returned, but run only now.
+  EXPECT_EQ(w.Count(), 0u);
+  EXPECT_TRUE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 3);
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>(3, "-1:Bridge shutting down")));
+  EXPECT_EQ(w.off_thread, 0);
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
