@@ -3,6 +3,7 @@
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
 #        make demo-gui (the desktop meeting client; needs a display).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -10,7 +11,7 @@ JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo demo-gui test asan-test bench install clean
+.PHONY: setup configure build demo demo-gui test asan-test bench install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -48,6 +49,9 @@ bench: build
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+package: build
+	cd $(BUILD) && cpack
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -86,7 +86,7 @@ class CListenerChannel {
     if (!CheckArguments(handle, record)) return -1;
     std::lock_guard<std::mutex> lock(mutex_);
     bool wasEmpty = listeners_.empty();
-    listeners_.push_back({*record, std::make_shared<DispatchToken>()});
+    listeners_.push_back(std::make_shared<Registration>(*record));
     if (family_.countFirst) Count(texts_.stored);
     if (wasEmpty) {
       Line(texts_.creating);
@@ -110,7 +110,7 @@ class CListenerChannel {
   template <typename Handle>
   int Remove(Handle* handle, const Record* record) {
     if (!CheckArguments(handle, record)) return -1;
-    std::shared_ptr<DispatchToken> removed;
+    std::shared_ptr<Registration> removed;
     const int rc = RemoveLocked(record, removed);
     if (removed) Release(*removed);
     return rc;
@@ -120,7 +120,7 @@ class CListenerChannel {
   template <typename Call>
   void ForEach(Call&& call) {
     std::lock_guard<std::mutex> lock(mutex_);
-    for (const Entry& l : listeners_) call(l.record);
+    for (const auto& l : listeners_) call(l->record);
   }
 
   // Calls `field` of every record that has it set, in order of addition,
@@ -177,17 +177,19 @@ class CListenerChannel {
     auto event = std::make_shared<const std::tuple<Values...>>(native...);
     std::lock_guard<std::mutex> lock(mutex_);
     size_t queued = 0;
-    for (const Entry& l : listeners_) {
-      if (!(l.record.*field)) continue;
+    for (const std::shared_ptr<Registration>& l : listeners_) {
+      if (!(l->record.*field)) continue;
+      // The item's token keeps the registration, and so `record`, alive.
+      const Record* record = &l->record;
       DispatchQueue::Instance().Post(
-          [record = l.record, field, build, event] {
+          [record, field, build, event] {
             std::apply(
                 [&](const Values&... n) {
-                  build([&](const auto&... args) { (record.*field)(args..., record.user_data); }, n...);
+                  build([&](const auto&... args) { (record->*field)(args..., record->user_data); }, n...);
                 },
                 *event);
           },
-          l.token);
+          l);
       ++queued;
     }
     return queued;
@@ -217,37 +219,38 @@ class CListenerChannel {
   // mutex.
   void Clear() {
     std::shared_ptr<Manager> manager;
-    std::vector<Entry> cleared;
+    std::vector<std::shared_ptr<Registration>> cleared;
     {
       std::lock_guard<std::mutex> lock(mutex_);
       cleared.swap(listeners_);
-      for (const Entry& l : cleared) l.token->alive = false;
+      for (const auto& l : cleared) l->alive = false;
       manager = std::move(manager_);
     }
-    for (const Entry& l : cleared) Release(*l.token);
+    for (const auto& l : cleared) Release(*l);
   }
 
  private:
-  struct Entry {
-    Record record;
-    std::shared_ptr<DispatchToken> token;
+  // One C record as added; its token marks its queued calls.
+  struct Registration : DispatchToken {
+    explicit Registration(const Record& r) : record(r) {}
+    const Record record;
   };
 
   static void Release(const DispatchToken& token) {
     if (DispatchQueue* queue = DispatchQueue::IfMade()) queue->Drop(token);
   }
 
-  int RemoveLocked(const Record* record, std::shared_ptr<DispatchToken>& removed) {
+  int RemoveLocked(const Record* record, std::shared_ptr<Registration>& removed) {
     std::lock_guard<std::mutex> lock(mutex_);
     auto it = listeners_.begin();
-    while (it != listeners_.end() && std::memcmp(&it->record, record, sizeof(Record)) != 0) ++it;
+    while (it != listeners_.end() && std::memcmp(&(*it)->record, record, sizeof(Record)) != 0) ++it;
     if (it == listeners_.end()) {
       if (!texts_.notFound) return 0;
       log::Info(texts_.notFound);
       return -1;
     }
-    it->token->alive = false;
-    removed = it->token;
+    (*it)->alive = false;
+    removed = *it;
     listeners_.erase(it);
     if (family_.countFirst) Count(texts_.removed);
     if (listeners_.empty() && manager_) {
@@ -267,8 +270,8 @@ class CListenerChannel {
   template <typename Field, typename... Args>
   size_t CallLocked(Field field, const Args&... args) const {
     size_t called = 0;
-    for (const Entry& e : listeners_) {
-      const Record& l = e.record;
+    for (const auto& e : listeners_) {
+      const Record& l = e->record;
       if (!(l.*field)) continue;
       (l.*field)(args..., l.user_data);
       ++called;
@@ -295,7 +298,7 @@ class CListenerChannel {
   const AddFn add_;
   const AddFn remove_;
   std::mutex mutex_;
-  std::vector<Entry> listeners_;
+  std::vector<std::shared_ptr<Registration>> listeners_;
   std::shared_ptr<Manager> manager_;
 };
 

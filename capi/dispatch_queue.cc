@@ -80,17 +80,24 @@ int DispatchQueue::Run(int max_items) {
     last = items_.back().seq;
   }
   int ran = 0;
+  bool wake = false;  // a Drop waits for the item that just ended
   while (max_items <= 0 || ran < max_items) {
     Item item;
+    bool live = false;
     {
+      // One lock both ends the previous item and takes the next one.
       std::lock_guard<std::mutex> lock(mutex_);
+      wake = running_ && waiters_ > 0;
+      running_ = nullptr;
       if (items_.empty() || items_.front().seq > last) break;
       item = std::move(items_.front());
       items_.pop_front();
       if (items_.empty()) MarkEmpty();
-      if (item.token && !item.token->alive.load()) continue;  // released below, unrun
-      running_ = item.token.get();
+      live = !item.token || item.token->alive.load();
+      if (live) running_ = item.token.get();
     }
+    if (wake) idle_.notify_all();
+    if (!live) continue;  // a dead record's call: released unrun
     try {
       item.run();
     } catch (const std::exception& e) {
@@ -99,12 +106,13 @@ int DispatchQueue::Run(int max_items) {
       log::Error(kTag, " ❌ Unknown exception in a dispatched item");
     }
     ++ran;
-    {
-      std::lock_guard<std::mutex> lock(mutex_);
-      running_ = nullptr;
-    }
-    idle_.notify_all();
   }
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    wake = wake || (running_ && waiters_ > 0);
+    running_ = nullptr;
+  }
+  if (wake) idle_.notify_all();
   return ran;
 }
 
@@ -124,7 +132,11 @@ void DispatchQueue::DropWhere(Matches matches) {
     }
     if (!wasEmpty && items_.empty()) MarkEmpty();
     // Items never overlap, so on the dispatching thread nothing else runs.
-    if (!t_dispatching) idle_.wait(lock, [&] { return !running_ || !matches(running_); });
+    if (!t_dispatching && running_ && matches(running_)) {
+      ++waiters_;
+      idle_.wait(lock, [&] { return !running_ || !matches(running_); });
+      --waiters_;
+    }
   }
   // `dropped` goes here, outside the lock.
 }

@@ -76,6 +76,8 @@ class DispatchQueue {
   bool closed_ = false;
   // The token of the item running now (null for none or an operation callback).
   const DispatchToken* running_ = nullptr;
+  // Threads in Drop waiting for the running item to end.
+  int waiters_ = 0;
   // Held through a whole Run, so two dispatching threads take turns.
   std::mutex run_mutex_;
 };

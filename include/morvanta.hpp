@@ -36,12 +36,15 @@
  * future at once, on the calling thread, with that code and a message naming
  * the C function. Otherwise the completion runs where the C callback runs:
  * on the library's worker thread, or, in host dispatch mode, on the thread
- * that calls Session::dispatch(). The rules of morvanta.h for callbacks hold
- * for completions and listener functions: copy what you keep, never block
- * waiting for another operation (a future's get() inside a completion or a
- * listener never returns), never call the synchronous queries from them. A
- * completion or listener function must not throw: an exception leaving one
- * ends the process (std::terminate), as it may not cross into the library.
+ * that calls Session::dispatch() (a future then becomes ready only once the
+ * host dispatches: do not wait on it on the thread that dispatches). A
+ * refusal completes at once in both dispatch modes. The rules of morvanta.h
+ * for callbacks hold for completions and listener functions: copy what you
+ * keep, never block waiting for another operation (a future's get() inside a
+ * completion or a listener never returns), never call the synchronous
+ * queries from them. A completion or listener function must not throw: an
+ * exception leaving one ends the process (std::terminate), as it may not
+ * cross into the library.
  *
  * Futures need exceptions. Built with -fno-exceptions (or with
  * MORVANTA_CPP_NO_FUTURES defined), only the callback form is declared.
@@ -136,12 +139,10 @@ enum class BridgeMode : int32_t {
   Concurrent = MORVANTA_BRIDGE_MODE_CONCURRENT,
 };
 
-#if defined(MORVANTA_DISPATCH_HOST)
 enum class DispatchMode : int32_t {
   Worker = MORVANTA_DISPATCH_WORKER,  // callbacks and listeners run on the library's worker
   Host = MORVANTA_DISPATCH_HOST,      // they wait for Session::dispatch() on a host thread
 };
-#endif
 
 enum class LogLevel : int32_t {
   Debug = MORVANTA_LOG_DEBUG,
@@ -438,9 +439,7 @@ struct SessionOptions {
   std::optional<bool> useAssetServerConfig;
   std::optional<bool> debug;                       // the bridge's verbose lines
   std::optional<BridgeMode> bridgeMode;            // Session::setBridgeMode before starting
-#if defined(MORVANTA_DISPATCH_HOST)
   std::optional<DispatchMode> dispatchMode;        // Session::setDispatchMode before starting
-#endif
   std::optional<LogLevel> logLevel;                // Session::setLogLevel before starting
   std::optional<LogHandler> logHandler;            // Session::setLogHandler before starting
 };
@@ -2107,12 +2106,10 @@ class Session {
       int rc = setBridgeMode(*options.bridgeMode);
       if (rc != 0) return detail::failure<Session>(rc, detail::refusal("Morvanta_SetBridgeMode", rc));
     }
-#if defined(MORVANTA_DISPATCH_HOST)
     if (options.dispatchMode) {
       int rc = setDispatchMode(*options.dispatchMode);
       if (rc != 0) return detail::failure<Session>(rc, detail::refusal("Morvanta_SetDispatchMode", rc));
     }
-#endif
     if (options.logLevel) setLogLevel(*options.logLevel);
     if (options.logHandler) setLogHandler(*options.logHandler);
     MorvantaInitConfig config{};
@@ -2193,16 +2190,15 @@ class Session {
     Morvanta_SetLogHandler(&detail::logLine, nullptr);
   }
 
-#if defined(MORVANTA_DISPATCH_HOST)
   static int setDispatchMode(DispatchMode mode) { return Morvanta_SetDispatchMode(static_cast<int32_t>(mode)); }
-  /* The dispatch mode in force (or chosen for the next session). */
   static DispatchMode dispatchMode() { return static_cast<DispatchMode>(Morvanta_GetDispatchMode()); }
-  /* Host dispatch mode: a descriptor readable while completions or listener
-   * calls wait, and the call that runs them (at most `max`; see
-   * Morvanta_Dispatch) on the calling thread. */
+  /* Host dispatch: the descriptor to watch for reading (readable while
+   * completions or listener calls wait; -1 in worker dispatch), and the
+   * call that runs them on the calling thread, at most `maxItems` (0: all
+   * those waiting). Answers how many ran; -1 in worker dispatch or from
+   * inside a dispatched call. */
   static int dispatchFd() { return Morvanta_GetDispatchFd(); }
-  static int dispatch(int max) { return Morvanta_Dispatch(max); }
-#endif
+  static int dispatch(int maxItems = 0) { return Morvanta_Dispatch(maxItems); }
 
  private:
   struct State {
@@ -2293,12 +2289,10 @@ inline const WrappedExport kWrappedExports[] = {
     {"Morvanta_GetBridgeMode", "Session::bridgeMode"},
     {"Morvanta_SetLogLevel", "Session::setLogLevel"},
     {"Morvanta_SetLogHandler", "Session::setLogHandler"},
-#if defined(MORVANTA_DISPATCH_HOST)
     {"Morvanta_SetDispatchMode", "Session::setDispatchMode"},
     {"Morvanta_GetDispatchMode", "Session::dispatchMode"},
     {"Morvanta_GetDispatchFd", "Session::dispatchFd"},
     {"Morvanta_Dispatch", "Session::dispatch"},
-#endif
 };
 #undef MORVANTA_CPP_ROW
 #undef MORVANTA_CPP_ROW0

@@ -15,6 +15,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "morvanta.h"
 #include "support/sandbox_config.h"
@@ -35,6 +36,17 @@ struct Slot {
   bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
     std::unique_lock<std::mutex> lock(mutex);
     return cv.wait_for(lock, limit, [&] { return calls > 0; });
+  }
+  // Waits for the first call, then long enough for a second one (a doubled
+  // delivery) to show in Calls().
+  bool WaitSettled(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    if (!Wait(limit)) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    return true;
+  }
+  int Calls() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return calls;
   }
   void Record(int c, const char* m) {
     std::lock_guard<std::mutex> lock(mutex);

@@ -3,6 +3,9 @@
 // dropped, and only its own; a listener may add and remove listeners of its
 // own channel, and Morvanta_Uninitialize drops what listeners had queued but
 // keeps the operation callbacks.
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -222,5 +225,203 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
   EXPECT_EQ(DispatchNow(), 1);
   EXPECT_EQ(w.Calls(), (std::vector<std::string>{"volume:0:80"}));
   EXPECT_FALSE(Readable(fd));
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
+
+namespace {
+
+void SeeRtc(const MorvantaRtcStats* s, void* ud) { static_cast<Witness*>(ud)->Saw("rtc:" + std::to_string(s->tx_bytes)); }
+void SeeRemoteAudio(const MorvantaRemoteAudioStats* s, uint32_t count, void* ud) {
+  std::string text = "remote:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].user_uuid) + "=" + std::to_string(s[i].volume) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeCustom(const MorvantaCustomMessage* m, void* ud) {
+  static_cast<Witness*>(ud)->Saw(std::string("custom:") + m->sender_uuid + ":" + m->data);
+}
+void SeeRecent(const MorvantaSessionRecentInfo* s, uint32_t count, void* ud) {
+  std::string text = "recent:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].session_id) + "=" + std::to_string(s[i].unread_count) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeWaiting(const MorvantaWaitingRoomMember* m, int32_t reason, void* ud) {
+  static_cast<Witness*>(ud)->Saw(std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
+}
+void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) {
+  std::string text = "managers:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(ms[i].uuid) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeEngine(const char* room, void* ud) { static_cast<Witness*>(ud)->Saw(std::string("engine:") + room); }
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForTheDispatchToo) {
+  Witness w;
+  MorvantaRtcStatsListener rtc{};
+  rtc.onRtcStats = SeeRtc;
+  rtc.onRemoteAudioStats = SeeRemoteAudio;
+  rtc.user_data = &w;
+  MorvantaMessageChannelListener messages{};
+  messages.onCustomMessageReceived = SeeCustom;
+  messages.onSessionMessageRecentChanged = SeeRecent;
+  messages.user_data = &w;
+  MorvantaWaitingRoomListener waiting{};
+  waiting.onMemberJoin = SeeWaiting;
+  waiting.onManagersUpdated = SeeManagers;
+  waiting.user_data = &w;
+  MorvantaGlobalEventListener global{};
+  global.before_rtc_engine_initialize = SeeEngine;
+  global.user_data = &w;
+  MorvantaWaitingRoomManager_T* room = Morvanta_GetWaitingRoomManager(sdk);
+  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &rtc), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &messages), 0);
+  ASSERT_EQ(Morvanta_WaitingRoom_AddListener(room, &waiting), 0);
+  ASSERT_EQ(Morvanta_AddGlobalEventListener(&global), 0);
+  for (const char* flag : {"__morvantaRtcStatsListenerRegistered", "__morvantaMessageChannelListenerRegistered",
+                           "__morvantaWaitingRoomListenerRegistered", "__morvantaGlobalEventListenerRegistered"})
+    ASSERT_TRUE(WaitRegistered(flag)) << flag;
+
+  FireOn("__morvantaRtcStatsListenerRef",
+         "L.onRtcStats({txBytes: 42}); L.onRemoteAudioStats([{userUuid: 'r1', volume: 3}, {userUuid: 'r2', volume: 4}]);");
+  FireOn("__morvantaMessageChannelListenerRef",
+         "L.onCustomMessageReceived({roomUuid: 'room', senderUuid: 's1', data: 'ping', timestamp: 1});"
+         "L.onSessionMessageRecentChanged([{sessionId: 'a', sessionType: 0, unreadCount: 2}]);");
+  FireOn("__morvantaWaitingRoomListenerRef",
+         "L.onMemberJoin({uuid: 'w1', name: 'Wes', joinTime: 5, status: 1}, 0);"
+         "L.onManagersUpdated([{uuid: 'h1'}, {uuid: 'h2'}]);");
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['room-9']})");
+  WaitQueued();
+  EXPECT_EQ(w.Count(), 0u);
+  ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 7; }));
+  std::vector<std::string> calls = w.Calls();
+  std::sort(calls.begin(), calls.end());  // the channels drain on threads of their own
+  EXPECT_EQ(calls, (std::vector<std::string>{"custom:s1:ping", "engine:room-9", "managers:h1,h2,", "recent:a=2,",
+                                             "remote:r1=3,r2=4,", "rtc:42", "waiting:w1/Wes/0"}));
+  EXPECT_EQ(w.off_thread, 0);
+  EXPECT_EQ(w.outside_dispatch, 0);
+
+  // Removal drops queued calls on these channels as well.
+  FireOn("__morvantaRtcStatsListenerRef", "L.onRtcStats({txBytes: 1});");
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['room-10']})");
+  WaitQueued();
+  EXPECT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0);
+  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&global), 0);
+  EXPECT_FALSE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 0);
+  EXPECT_EQ(w.Count(), 7u);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0);
+  EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0);
+  Morvanta_DestroyWaitingRoomManagerHandle(room);
+}
+
+namespace {
+
+// Numbered events of one channel: each number must come once, in order.
+struct Sequence {
+  std::mutex mutex;
+  long next = 0;
+  long wrong = 0;
+  void See(long n) {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (n != next) ++wrong;
+    next = n + 1;
+  }
+};
+struct Flood {
+  Sequence meeting, messages;
+  std::atomic<int> answers{0};
+  std::atomic<int> answer_failures{0};
+  std::thread::id host = std::this_thread::get_id();
+  std::atomic<int> off_thread{0};
+  void Check() {
+    if (std::this_thread::get_id() != host) ++off_thread;
+  }
+};
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriveOnceInOrder) {
+  constexpr int kPerChannel = 5000;
+  constexpr int kBatch = 250;
+  constexpr int kCalls = 200;
+  Flood f;
+  MorvantaMeetingListener ml{};
+  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
+    auto* fl = static_cast<Flood*>(ud);
+    fl->Check();
+    fl->meeting.See(std::atol(uuid));
+  };
+  ml.user_data = &f;
+  MorvantaMessageChannelListener cl{};
+  cl.onCustomMessageReceived = [](const MorvantaCustomMessage* m, void* ud) {
+    auto* fl = static_cast<Flood*>(ud);
+    fl->Check();
+    fl->messages.See(std::atol(m->data));
+  };
+  cl.user_data = &f;
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &ml), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &cl), 0);
+  ASSERT_TRUE(MeetingRegistered());
+  ASSERT_TRUE(WaitRegistered("__morvantaMessageChannelListenerRegistered"));
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+
+  // Another thread makes the service busy; this one is the host's loop.
+  std::thread service([&] {
+    for (int start = 0; start < kPerChannel; start += kBatch) {
+      const std::string range = "for (var i = " + std::to_string(start) + "; i < " + std::to_string(start + kBatch) +
+                                "; i++) ";
+      FireOn("__morvantaMeetingListenerRef", range + "L.onMemberAudioMuteChanged({uuid: String(i)}, true, null);");
+      FireOn("__morvantaMessageChannelListenerRef",
+             range + "L.onCustomMessageReceived({roomUuid: 'r', senderUuid: 's', data: String(i), timestamp: i});");
+    }
+  });
+  for (int i = 0; i < kCalls; ++i)
+    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char*, uint32_t value, void* ud) {
+      auto* fl = static_cast<Flood*>(ud);
+      fl->Check();
+      if (code != 0 || value != 80) ++fl->answer_failures;
+      ++fl->answers;
+    }, &f), 0);
+  auto done = [&] {
+    std::lock_guard<std::mutex> a(f.meeting.mutex);
+    std::lock_guard<std::mutex> b(f.messages.mutex);
+    return f.meeting.next >= kPerChannel && f.messages.next >= kPerChannel && f.answers >= kCalls;
+  };
+  const bool all = DispatchUntil(done, std::chrono::seconds(90));
+  service.join();
+  ASSERT_TRUE(all) << f.meeting.next << " / " << f.messages.next << " / " << f.answers;
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ(DispatchNow(), 0);  // nothing twice, nothing left over
+  EXPECT_EQ(f.meeting.next, kPerChannel);
+  EXPECT_EQ(f.meeting.wrong, 0);
+  EXPECT_EQ(f.messages.next, kPerChannel);
+  EXPECT_EQ(f.messages.wrong, 0);
+  EXPECT_EQ(f.answers.load(), kCalls);
+  EXPECT_EQ(f.answer_failures.load(), 0);
+  EXPECT_EQ(f.off_thread.load(), 0);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0);
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
+
+TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnsweredThroughTheQueue) {
+  SandboxEval("(morVantaSandbox.override('audio.getSpeakerVolume', {fail: 'hang'}), true)");
+  Witness w;
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char* message, uint32_t, void* ud) {
+      static_cast<Witness*>(ud)->Saw(std::to_string(code) + ":" + message);
+    }, &w), 0);
+  DrainWorker();
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  // Answered before Morvanta_Uninitialize returned, but run only now.
+  EXPECT_EQ(w.Count(), 0u);
+  EXPECT_TRUE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 3);
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>(3, "-1:Bridge shutting down")));
+  EXPECT_EQ(w.off_thread, 0);
   Morvanta_DestroyAudioManagerHandle(audio);
 }

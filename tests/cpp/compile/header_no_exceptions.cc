@@ -37,6 +37,9 @@ int InstantiateCallbackForm() {
   all.meeting.releaseMeeting([&calls](morvanta::Result<void> r) { calls += r.code; });
   morvanta::Session::setLogHandler([](morvanta::LogLevel, std::string_view) {});
   calls += morvanta::Session::isInitialized() ? 1 : 0;
+  calls += morvanta::Session::setDispatchMode(morvanta::DispatchMode::Worker);
+  calls += static_cast<int>(morvanta::Session::dispatchMode()) + morvanta::Session::dispatchFd();
+  calls += morvanta::Session::dispatch();
   calls += static_cast<int>(morvanta::Session::bridgeMode()) + static_cast<int>(morvanta::Session::version().size());
   return calls + subs[0].code() + session.close();
 }
