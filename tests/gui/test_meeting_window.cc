@@ -322,6 +322,32 @@ class MeetingWindowTest : public QObject {
     QCOMPARE(sandboxCalls("meeting.endMeeting").size(), 1);
   }
 
+  // Joining a running meeting by its number: the members already there are
+  // listed, I am a member (no host controls), and its host reads "host".
+  void joinByNumberAsMember() {
+    open("examples/qt/scenarios/lively.json");
+    QTest::keyClicks(widget<QLineEdit>("usernameEdit"), "bob");
+    QTest::keyClicks(widget<QLineEdit>("passwordEdit"), "bob-password");
+    click("signInButton");
+    QTRY_COMPARE_WITH_TIMEOUT(currentPage()->objectName(), QString("homePage"), kWaitMs);
+    QTest::keyClicks(widget<QLineEdit>("meetingNumberEdit"), "8800000001");
+    QTest::keyClick(widget<QLineEdit>("meetingNumberEdit"), Qt::Key_Return);
+    QTRY_COMPARE_WITH_TIMEOUT(currentPage()->objectName(), QString("meetingPage"), kWaitMs);
+    QTRY_VERIFY2_WITH_TIMEOUT(mismatchWithSandbox().isEmpty(), qPrintable(mismatchWithSandbox()), kWaitMs);
+    QTRY_VERIFY_WITH_TIMEOUT(widget<QLabel>("meetingTitle")->text().contains("8800000001"), kWaitMs);
+    const QString host = sandboxMeeting().value("hostUuid").toString();
+    QString hostName;
+    for (const QJsonValue& m : sandboxMeeting().value("members").toArray()) {
+      if (m.toObject().value("uuid").toString() == host) hostName = m.toObject().value("name").toString();
+    }
+    QVERIFY(!hostName.isEmpty());
+    QCOMPARE(cell(members(), hostName, "Role"), QString("host"));
+    QCOMPARE(me().value("role").toString(), QString("member"));
+    QVERIFY(!widget<QWidget>("hostMuteAudioButton")->isVisible());
+    QVERIFY(!widget<QWidget>("endButton")->isVisible());
+    QVERIFY(widget<QLabel>("statusLine")->text().contains("member"));
+  }
+
   void scheduleAndCancelFromHome() {
     open("examples/qt/scenarios/lively.json");
     QTest::keyClicks(widget<QLineEdit>("usernameEdit"), "alice");
