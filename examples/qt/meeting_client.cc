@@ -1,6 +1,7 @@
 #include "meeting_client.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QThread>
 #include <algorithm>
 
@@ -267,6 +268,7 @@ void MeetingClient::enterMeeting(const QString& meetingNum, const QString& subje
   subject_ = subject;
   present_.clear();
   departed_.clear();
+  handSetAtMs_.clear();
   mine_.clear();
   lastSent_.reset();
   stats_ = RtcSummary();
@@ -282,6 +284,7 @@ void MeetingClient::enterMeeting(const QString& meetingNum, const QString& subje
   poller_ = std::make_unique<MemberPoller>(
       [meeting, members] {
         MeetingSnapshot snap;
+        snap.takenFromMs = QDateTime::currentMSecsSinceEpoch();
         meeting->getMeetingInfo([&snap](Result<morvanta::MeetingSDKInfo> r) {
           if (!r.ok() || !r.value) return;
           snap.haveInfo = true;
@@ -319,7 +322,9 @@ void MeetingClient::applySnapshot(const MeetingSnapshot& snap) {
     if (!present_.contains(m.uuid)) {
       present_.insert(m.uuid);
       emit memberJoined(m);
-    } else {
+    } else if (handSetAtMs_.value(m.uuid, 0) < snap.takenFromMs) {
+      // (a reading begun before an answer that changed the hand is older
+      // than what the row shows)
       emit handChanged(m.uuid, m.handUp);
     }
   }
@@ -420,7 +425,9 @@ void MeetingClient::setSharing(bool sharing) {
 void MeetingClient::setHandUp(bool up) {
   auto done = [this, up](Result<void> r) {
     assertGuiThread();
-    if (check(tr("Hand"), r)) emit handChanged(localUuid_, up);
+    if (!check(tr("Hand"), r)) return;
+    handSetAtMs_[localUuid_] = QDateTime::currentMSecsSinceEpoch();
+    emit handChanged(localUuid_, up);
   };
   if (up) {
     session_.impl().member.handsUp(done);
@@ -493,7 +500,9 @@ void MeetingClient::actOnMember(HostAction action, const QString& uuid) {
   row->act(session_.impl().member, uuid.toStdString(), [this, action, uuid, what](Result<void> r) {
     assertGuiThread();
     // A lowered hand has no event of its own: the row changes on the answer.
-    if (check(what, r) && action == HostAction::LowerHand) emit handChanged(uuid, false);
+    if (!check(what, r) || action != HostAction::LowerHand) return;
+    handSetAtMs_[uuid] = QDateTime::currentMSecsSinceEpoch();
+    emit handChanged(uuid, false);
   });
 }
 

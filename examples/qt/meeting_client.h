@@ -4,6 +4,7 @@
 // host dispatch (HostDispatcher), never from another thread.
 #pragma once
 
+#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -114,6 +115,7 @@ class MeetingClient : public QObject {
   QString hostUuid_;
   QSet<QString> present_;   // members the client has announced and not seen leave
   QSet<QString> departed_;  // members seen leaving (a late poll must not bring them back)
+  QHash<QString, qint64> handSetAtMs_;  // when an answer last changed a member's hand
   QList<ChatLine> mine_;    // my sent messages, newest last, for recall
   std::shared_ptr<const void> lastSent_;  // the library's record of my last message (a morvanta::ChatMessage)
   RtcSummary stats_;

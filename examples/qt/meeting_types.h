@@ -15,6 +15,11 @@ struct MemberState {
   bool videoOn = false;
   bool sharing = false;
   bool handUp = false;
+
+  bool operator==(const MemberState& o) const {
+    return uuid == o.uuid && name == o.name && audioOn == o.audioOn && videoOn == o.videoOn && sharing == o.sharing &&
+           handUp == o.handUp;
+  }
 };
 
 struct ChatLine {
@@ -46,6 +51,7 @@ struct ScheduledMeeting {
 // A reading of the meeting taken off the GUI thread: who hosts, and the
 // members with their states (raised hands included, which have no event).
 struct MeetingSnapshot {
+  qint64 takenFromMs = 0;  // when the reading began (QDateTime::currentMSecsSinceEpoch)
   bool haveInfo = false;
   QString meetingNum;
   QString subject;

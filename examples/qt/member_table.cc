@@ -49,8 +49,9 @@ void MemberTable::remove(const QString& uuid) {
 void MemberTable::update(const QString& uuid, void (*change)(MemberState&, bool), bool value) {
   auto it = states_.find(uuid);
   if (it == states_.end()) return;
+  const MemberState before = it.value();
   change(it.value(), value);
-  render(rows_.value(uuid), it.value());
+  if (!(it.value() == before)) render(rows_.value(uuid), it.value());
 }
 
 void MemberTable::setAudio(const QString& uuid, bool on) {
