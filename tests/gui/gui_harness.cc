@@ -2,47 +2,40 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QHeaderView>
 #include <QJsonDocument>
 #include <QListWidget>
 #include <QTest>
 #include <QTreeWidget>
-#include <atomic>
-#include <memory>
-#include <mutex>
-
-#include "bridge/js_bridge_adapter.h"
-#include "capi/sdk_state.h"
 
 namespace gui_test {
 
-QJsonValue sandbox(const QString& expression) {
-  struct Shared {
-    std::mutex m;
-    std::atomic<bool> done{false};
-    std::string json;
-  };
-  auto bridge = morvanta::capi::g_bridge;
-  if (!bridge) return QJsonValue(QJsonValue::Undefined);
-  auto shared = std::make_shared<Shared>();
-  const std::string script = "JSON.stringify({v: (function () { return " + expression.toStdString() + "; })()})";
-  bridge->ExecuteJS(script, [shared](const morvanta::JSResult& r) {
-    std::lock_guard<std::mutex> lock(shared->m);
-    if (r.success) shared->json = r.value.stringValue;
-    shared->done = true;
-  });
-  // The window keeps running meanwhile: whatever the library delivers is
-  // dispatched as usual.
-  for (int i = 0; i < 2000 && !shared->done; ++i) QTest::qWait(5);
-  std::lock_guard<std::mutex> lock(shared->m);
-  if (!shared->done) return QJsonValue(QJsonValue::Undefined);
-  return QJsonDocument::fromJson(QByteArray::fromStdString(shared->json)).object().value("v");
+namespace {
+QString reportFile() {
+  return QDir::temp().filePath(QStringLiteral("morvanta-gui-report-%1.json").arg(QCoreApplication::applicationPid()));
+}
+}  // namespace
+
+void useSandboxReport() {
+  QFile::remove(reportFile());
+  qputenv("MORVANTA_SANDBOX_REPORT", reportFile().toLocal8Bit());
 }
 
-QJsonObject sandboxMeeting() { return sandbox("morVantaSandbox.meeting").toObject(); }
+QJsonObject sandboxReport() {
+  QFile f(reportFile());
+  if (!f.open(QIODevice::ReadOnly)) return {};
+  return QJsonDocument::fromJson(f.readAll()).object();
+}
+
+QJsonObject sandboxMeeting() { return sandboxReport().value("meeting").toObject(); }
 
 QJsonArray sandboxCalls(const QString& path) {
-  return sandbox(QStringLiteral("morVantaSandbox.callsTo('%1')").arg(path)).toArray();
+  QJsonArray calls;
+  for (const QJsonValue& c : sandboxReport().value("calls").toArray()) {
+    if (c.toObject().value("path").toString() == path) calls.append(c);
+  }
+  return calls;
 }
 
 QJsonObject sandboxMember(const QString& name) {

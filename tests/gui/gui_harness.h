@@ -16,10 +16,12 @@ class QWidget;
 
 namespace gui_test {
 
-// The value of a JavaScript expression run in the sandbox SDK, through
-// JSON; Undefined when the library is not running or gave no answer.
-QJsonValue sandbox(const QString& expression);
-// morVantaSandbox.meeting (members, waitingRoom, chat, ...), or {}.
+// The sandbox's world as it last reported it (MORVANTA_SANDBOX_REPORT,
+// which useSandboxReport() points at a file of this process): currentUser,
+// meeting, calls, audio, video. {} before the first report.
+void useSandboxReport();
+QJsonObject sandboxReport();
+// The meeting of the report (members, waitingRoom, chat, ...), or {}.
 QJsonObject sandboxMeeting();
 // The sandbox's call log entries of one method path.
 QJsonArray sandboxCalls(const QString& path);
