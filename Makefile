@@ -2,14 +2,15 @@
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
-#        make install (PREFIX=/usr/local by default; DESTDIR honoured).
+#        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench install clean
+.PHONY: setup configure build demo test asan-test bench install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -41,6 +42,9 @@ bench: build
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+package: build
+	cd $(BUILD) && cpack
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

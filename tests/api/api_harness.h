@@ -19,6 +19,7 @@
 
 #include "morvanta.h"
 #include "support/sandbox_config.h"
+#include "support/sandbox_scenario.h"
 
 namespace morvanta_test {
 
@@ -67,27 +68,6 @@ struct Slot {
     }
     slot->Record(code, message);
   }
-};
-
-// Writes a sandbox scenario and points the SDK (of this process and of its
-// children) at it; removes it again on destruction.
-class Scenario {
- public:
-  explicit Scenario(const std::string& json) {
-    char name[] = "/tmp/morvanta-scenario-XXXXXX";
-    int fd = mkstemp(name);
-    if (fd >= 0) close(fd);
-    path_ = name;
-    std::ofstream(path_) << json;
-    setenv("MORVANTA_SANDBOX_SCENARIO", path_.c_str(), 1);
-  }
-  ~Scenario() {
-    unsetenv("MORVANTA_SANDBOX_SCENARIO");
-    std::remove(path_.c_str());
-  }
-
- private:
-  std::string path_;
 };
 
 class InitializedLibrary : public ::testing::Test {
