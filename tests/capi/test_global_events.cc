@@ -28,12 +28,11 @@ MorvantaGlobalEventListener ListenerFor(Heard* heard) {
 // Fires one global event through the SDK; answers how many JavaScript
 // listeners it reached.
 int Emit(const std::string& event, const std::string& args) {
-  return static_cast<int>(SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: '" +
-                                      event + "', args: [" + args + "]})")
-                              .numberValue);
+  return static_cast<int>(SandboxNumber("morVantaSandbox.emit({manager: 'global', channel: 'global', event: '" +
+                                        event + "', args: [" + args + "]})"));
 }
 
-int JsListeners() { return static_cast<int>(SandboxEval("morVantaSandbox.listenerCount('global')").numberValue); }
+int JsListeners() { return static_cast<int>(SandboxNumber("morVantaSandbox.listenerCount('global')")); }
 
 // Registration finishes on the worker after the add has returned.
 bool WaitRegistered(bool registered = true) {
@@ -51,7 +50,7 @@ void Push(const std::string& records) {
               " [" + records + "].forEach(function (r) { a.push(r); }); return a.length; })()");
 }
 
-double ArrayLength() { return SandboxEval("globalThis.__morvantaGlobalEventCallbacks.length").numberValue; }
+double ArrayLength() { return SandboxNumber("globalThis.__morvantaGlobalEventCallbacks.length"); }
 
 using GlobalEvents = CapiLibrary;
 
@@ -230,7 +229,7 @@ TEST_F(GlobalEvents, ARefusedRegistrationRollsTheListenerBackSoTheNextOneIsServe
   EXPECT_NE(log.find("[MvGatherdeck] ❌ Failed to register JavaScript global event listener: "
                      "addGlobalEventListener not available"),
             std::string::npos);
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaGlobalEventListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaGlobalEventListenerRegistered === true"));
 
   // The native list is empty again, so the next listener registers and is
   // served rather than stalling behind the refused one.
