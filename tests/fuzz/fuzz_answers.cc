@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "bridge/js_bridge_adapter.h"
+#include "bridge/js_value.h"
 #include "bridge/product_value.h"
 #include "capi/c_alloc.h"
 #include "capi/c_records.h"

@@ -23,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/js_value.h"
 #include "bridge/script_writer.h"
 #include "fuzz/fuzz_library.h"
 
