@@ -3,6 +3,7 @@
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
 #        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -12,7 +13,7 @@ JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench fuzz install clean
+.PHONY: setup configure build demo test asan-test bench fuzz install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -54,6 +55,9 @@ fuzz: setup $(FUZZ_BUILD)/build.ninja
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+package: build
+	cd $(BUILD) && cpack
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
