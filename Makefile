@@ -3,14 +3,17 @@
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured),
-#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages).
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
+#        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 600
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench install package clean
+.PHONY: setup configure build demo test asan-test bench fuzz install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -40,6 +43,16 @@ asan-test: setup $(ASAN_BUILD)/build.ninja
 bench: build
 	@bash scripts/run-bench.sh $(BUILD)
 
+# The fuzz build compiles the library with clang, instrumented for coverage,
+# ASan and UBSan, and builds the fuzz targets alone (no tests, no benchmarks).
+$(FUZZ_BUILD)/build.ninja: | setup
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORVANTA_FUZZ=ON \
+	  -DMORVANTA_BUILD_TESTS=OFF -DMORVANTA_BUILD_BENCH=OFF >/dev/null
+
+fuzz: setup $(FUZZ_BUILD)/build.ninja
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_answers fuzz_events fuzz_call_args
+	@bash scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
@@ -47,4 +60,4 @@ package: build
 	cd $(BUILD) && cpack
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
