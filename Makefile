@@ -2,6 +2,7 @@
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
+#        make soak (30 minutes per bridge mode; SOAK_MINUTES shortens it),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -9,7 +10,7 @@ JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench install clean
+.PHONY: setup configure build demo test asan-test bench soak install clean
 
 setup:
 	@bash scripts/setup.sh
@@ -38,6 +39,11 @@ asan-test: setup $(ASAN_BUILD)/build.ninja
 
 bench: build
 	@bash scripts/run-bench.sh $(BUILD)
+
+# Not part of make test or make bench: it runs for an hour by default.
+soak: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target soak
+	cd $(BUILD)/bin && ./soak > $(CURDIR)/$(BUILD)/soak.log
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"

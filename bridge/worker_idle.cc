@@ -24,10 +24,18 @@ class LoopIdle final : public WorkerIdle {
       tick_ = nullptr;
       return;
     }
-    // The tick does nothing itself: returning from uv_run is what counts.
-    uv_timer_start(tick_, [](uv_timer_t*) {}, kTickMs, kTickMs);
   }
-  void RunLoop(uv_loop_t* loop, bool had_tasks, bool) override {
+  void RunLoop(uv_loop_t* loop, bool had_tasks, bool had_promises) override {
+    // The tick runs only while promises are pending, whose time limits the
+    // worker checks between turns; an idle worker has no timer of its own
+    // (a submission, a shutdown or a process exit wakes it).
+    if (tick_ && had_promises != ticking_) {
+      if (had_promises)
+        uv_timer_start(tick_, [](uv_timer_t*) {}, kTickMs, kTickMs);  // returning from uv_run is what counts
+      else
+        uv_timer_stop(tick_);
+      ticking_ = had_promises;
+    }
     // Tasks still queued are taken at once; otherwise sleep until a
     // submission, a timer (the SDK's, a delivery's, the tick) or I/O.
     uv_run(loop, had_tasks ? UV_RUN_NOWAIT : UV_RUN_ONCE);
@@ -45,6 +53,7 @@ class LoopIdle final : public WorkerIdle {
  private:
   static constexpr uint64_t kTickMs = 50;
   uv_timer_t* tick_;
+  bool ticking_ = false;
 };
 
 }  // namespace
