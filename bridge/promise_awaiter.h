@@ -65,7 +65,8 @@ class WorkerIdle {
 std::unique_ptr<WorkerIdle> MakeNapIdle();
 // Blocks in uv_run until a submission (uv_async_send), a timer or I/O wakes
 // it. While promises are pending a 50 ms tick bounds the time before the
-// worker notices an entry's time-out; a process exit wakes it through the
+// worker notices an entry's time-out; while idle with standard output
+// batched, a 250 ms tick flushes it; a process exit wakes it through the
 // runtime's exit wake.
 std::unique_ptr<WorkerIdle> MakeLoopIdle(uv_loop_t* loop);
 
