@@ -3,14 +3,15 @@
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
 #        make soak (30 minutes per bridge mode; SOAK_MINUTES shortens it),
-#        make install (PREFIX=/usr/local by default; DESTDIR honoured).
+#        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench soak install clean
+.PHONY: setup configure build demo test asan-test bench soak install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -47,6 +48,9 @@ soak: setup $(BUILD)/build.ninja
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+package: build
+	cd $(BUILD) && cpack
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -162,24 +162,11 @@ bool MeasureSession(int32_t mode, std::vector<double>& values) {
 
   ProbeMeeting meeting;
   if (meeting.Open(sdk)) {
-    constexpr int kEvents = 200;
-    ResetProbeEvents();
-    StartFiring(kEvents, 1, 23);
-    if (WaitForProbeEvents(kEvents, std::chrono::seconds(60))) {
-      std::lock_guard<std::mutex> lock(g_probe_events.m);
-      values[kEventP50] = Percentile(g_probe_events.latencies_ms, 0.5);
-      values[kEventP99] = Percentile(g_probe_events.latencies_ms, 0.99);
-    }
-    constexpr int kFlood = kFloodRate * kFloodSeconds;
-    ResetProbeEvents();
-    StartFiring(kFlood, kFloodRate / 100, 10);
-    WaitForProbeEvents(kFlood, std::chrono::seconds(kFloodSeconds * 6));
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));  // anything past the count would show
-    {
-      std::lock_guard<std::mutex> lock(g_probe_events.m);
-      values[kFloodLost] = static_cast<double>(kFlood - g_probe_events.count);
-      values[kFloodOutOfOrder] = static_cast<double>(g_probe_events.out_of_order);
-    }
+    const EventFigures events = MeasureEvents(kFloodRate, kFloodSeconds);
+    values[kEventP50] = events.p50;
+    values[kEventP99] = events.p99;
+    values[kFloodLost] = events.lost;
+    values[kFloodOutOfOrder] = events.out_of_order;
     values[kIdleListening] = IdleCpuPercent();
     meeting.Close();
   }

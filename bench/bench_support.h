@@ -4,7 +4,7 @@
 // side and times their arrival at the host's C listener.
 //
 // Needs the C layer linked statically (the probe reaches the library's
-// bridge through support/sandbox_eval.h to steer the sandbox SDK).
+// bridge through support/sandbox_run.h to steer the sandbox SDK).
 #pragma once
 
 #include <sys/resource.h>
@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "morvanta.h"
-#include "support/sandbox_eval.h"
+#include "support/sandbox_run.h"
 
 namespace morvanta_bench {
 
@@ -57,7 +57,7 @@ inline long RssKiB() {
 }
 
 inline morvanta::JSValue Eval(const std::string& script) {
-  return morvanta_test::SandboxEval(script, std::chrono::seconds(60));
+  return morvanta_test::SandboxRun(script, std::chrono::seconds(60)).value;
 }
 
 // A quiet sandbox (no simulated members, script or statistics: only what a
@@ -226,5 +226,36 @@ class ProbeMeeting {
   MorvantaMeetingManager_T* meeting_ = nullptr;
   MorvantaMeetingListener listener_{};
 };
+
+// What the event probe measures on an open ProbeMeeting: latency over 200
+// events at a 23 ms pace, then a flood of `rate` events/s for `seconds`
+// (how many were lost, how many came out of order). -1: not measured.
+struct EventFigures {
+  double p50 = -1;
+  double p99 = -1;
+  double lost = -1;
+  double out_of_order = -1;
+};
+
+inline EventFigures MeasureEvents(int rate, int seconds) {
+  EventFigures f;
+  constexpr int kEvents = 200;
+  ResetProbeEvents();
+  StartFiring(kEvents, 1, 23);
+  if (WaitForProbeEvents(kEvents, std::chrono::seconds(60))) {
+    std::lock_guard<std::mutex> lock(g_probe_events.m);
+    f.p50 = Percentile(g_probe_events.latencies_ms, 0.5);
+    f.p99 = Percentile(g_probe_events.latencies_ms, 0.99);
+  }
+  const int flood = rate * seconds;
+  ResetProbeEvents();
+  StartFiring(flood, rate / 100, 10);
+  WaitForProbeEvents(flood, std::chrono::seconds(seconds * 6));
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // anything past the count would show
+  std::lock_guard<std::mutex> lock(g_probe_events.m);
+  f.lost = static_cast<double>(flood - g_probe_events.count);
+  f.out_of_order = static_cast<double>(g_probe_events.out_of_order);
+  return f;
+}
 
 }  // namespace morvanta_bench

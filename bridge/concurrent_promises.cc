@@ -149,9 +149,7 @@ class TrackedAwaiter final : public PromiseAwaiter {
     if (!IsTrue(isolate, Field(context, slot, "__promiseCompleted")) || text.IsEmpty() || !text->IsString())
       return Failure("Promise timeout");
     const std::string json = V8ToUtf8(isolate, text);
-    // The same textual test as the blocking wait (a quoted marker inside an
-    // error text is escaped, so it cannot forge success).
-    if (json.find("\"success\":true") == std::string::npos) return Failure("Promise rejected: " + json);
+    if (!IsSuccessOutcome(json)) return Failure("Promise rejected: " + json);
     v8::Local<v8::Function> extract;
     v8::Local<v8::Value> arg = slot;
     v8::Local<v8::Value> ran;

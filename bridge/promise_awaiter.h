@@ -8,6 +8,7 @@
 #include <v8.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "bridge/task.h"
@@ -45,6 +46,11 @@ std::unique_ptr<PromiseAwaiter> MakeTrackedAwaiter(JSBridgeImpl& bridge, Promise
 // which the tracked awaiter runs against each entry's own slot.
 const char* PromiseHandlerScriptText();
 const char* PromiseExtractionScriptText();
+// Whether an outcome text that the handler script wrote records a success.
+// The handler writes the success flag first, so only the start of the text
+// counts: a rejection's message that holds the marker (quoted in a string,
+// or as an object of its own) cannot pass for a success.
+bool IsSuccessOutcome(const std::string& json);
 
 // The text of the failure that pending entries get when the bridge shuts down.
 extern const char kPromiseAbandonedText[];

@@ -21,9 +21,11 @@ constexpr int kPromiseTimeoutMs = 15000;
 
 // Records the outcome of globalThis.__currentPromise as JSON text. A value
 // that cannot be serialised (a cycle, say) still counts as success. A
-// rejection reason that cannot be described (its message getter throws, it
-// has no toString) is recorded with a fixed text, so that every rejection is
-// answered at once.
+// rejection stores its reason's message, or else its text form, as it is (a
+// message of 42 stays the number 42). A reason that cannot be described that
+// way (null, a message getter that throws, no toString, a message JSON cannot
+// write) is recorded with a fixed text, so that every rejection is answered
+// at once.
 constexpr char kPromiseHandlerScript[] = R"JS(
 globalThis.__currentPromise.then(function (result) {
   try {
@@ -37,14 +39,11 @@ globalThis.__currentPromise.then(function (result) {
   }
   globalThis.__promiseCompleted = true;
 }).catch(function (error) {
-  var text;
   try {
-    text = (error && error.message) || String(error);
-    if (typeof text !== 'string') text = String(text);
+    globalThis.__promiseResult = JSON.stringify({success: false, error: error.message || error.toString()});
   } catch (e) {
-    text = 'Rejected with a reason that cannot be shown as text';
+    globalThis.__promiseResult = JSON.stringify({success: false, error: 'Rejected with a reason that cannot be shown as text'});
   }
-  globalThis.__promiseResult = JSON.stringify({success: false, error: text});
   globalThis.__promiseCompleted = true;
 });
 )JS";
@@ -147,9 +146,7 @@ void JSBridgeImpl::HandlePromiseResult(v8::Local<v8::Promise> promise, v8::Local
   } else {
     log::Info("[JSBridge] Promise result JSON: ", json);
   }
-  // A textual test on purpose: JSON escapes quotes inside an error text, so a
-  // rejection message cannot forge the marker.
-  if (json.find("\"success\":true") == std::string::npos) {
+  if (!IsSuccessOutcome(json)) {
     InvokeCallback(task, Failure("Promise rejected: " + json));
     return;
   }
@@ -195,6 +192,11 @@ JSValue JSBridgeImpl::PromiseFromV8(v8::Local<v8::Promise> promise) {
       log::Info("[JSBridge] This indicates the Promise wrapper is not working correctly.");
       return JSValue("ERROR_PENDING_PROMISE_IN_SIMPLE_CONVERTER");
   }
+}
+
+bool IsSuccessOutcome(const std::string& json) {
+  static constexpr char kMarker[] = "{\"success\":true";
+  return json.compare(0, sizeof kMarker - 1, kMarker) == 0;
 }
 
 const char* PromiseHandlerScriptText() { return kPromiseHandlerScript; }

@@ -3,20 +3,10 @@
 #include "capi/call_frame.h"
 #include "capi/sdk_state.h"
 
-namespace morvanta {
-namespace capi {
-namespace {
-
-bool Running() { return (g_bridge && g_bridge->IsInitialized()) || (g_gatherdeck && g_gatherdeck->IsInitialized()); }
-
-}  // namespace
-}  // namespace capi
-}  // namespace morvanta
-
 MORVANTA_API int32_t Morvanta_SetBridgeMode(int32_t mode) {
   using namespace morvanta;
   return capi::Guarded<int32_t>("Morvanta_SetBridgeMode", -999, [mode]() -> int32_t {
-    if (capi::Running()) return -3;
+    if (capi::SessionRunning()) return -3;
     return jsbridge::RequestBridgeMode(mode) ? 0 : -1;
   });
 }

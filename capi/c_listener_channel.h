@@ -1,17 +1,22 @@
 // The C side of one event channel: a process-wide list of C listener records
 // (copied on add, removed by an equal record), the one native wrapper that
 // fans the channel's events out to them, and the manager the wrapper is
-// registered on. The list's mutex is held through the C calls, so the C
-// listeners of a channel are called one at a time; each channel has a mutex
-// of its own.
+// registered on. In worker dispatch the list's mutex is held through the C
+// calls, so the C listeners of a channel are called one at a time; each
+// channel has a mutex of its own. In host dispatch an event becomes one
+// queued item per record, holding the event's native values; the C views are
+// built when the host dispatches the item, with no mutex of the channel held.
 #pragma once
 
 #include <cstring>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "capi/dispatch_mode.h"
+#include "capi/dispatch_queue.h"
 #include "runtime/log.h"
 
 namespace morvanta {
@@ -81,7 +86,7 @@ class CListenerChannel {
     if (!CheckArguments(handle, record)) return -1;
     std::lock_guard<std::mutex> lock(mutex_);
     bool wasEmpty = listeners_.empty();
-    listeners_.push_back(*record);
+    listeners_.push_back(std::make_shared<Registration>(*record));
     if (family_.countFirst) Count(texts_.stored);
     if (wasEmpty) {
       Line(texts_.creating);
@@ -100,34 +105,22 @@ class CListenerChannel {
   }
 
   // Removes the first record equal to `record` in every word. The last one
-  // takes the wrapper off the manager.
+  // takes the wrapper off the manager. Calls to it still queued for host
+  // dispatch are released; one running on another thread is waited for.
   template <typename Handle>
   int Remove(Handle* handle, const Record* record) {
     if (!CheckArguments(handle, record)) return -1;
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto it = listeners_.begin();
-    while (it != listeners_.end() && std::memcmp(&*it, record, sizeof(Record)) != 0) ++it;
-    if (it == listeners_.end()) {
-      if (!texts_.notFound) return 0;
-      log::Info(texts_.notFound);
-      return -1;
-    }
-    listeners_.erase(it);
-    if (family_.countFirst) Count(texts_.removed);
-    if (listeners_.empty() && manager_) {
-      (manager_.get()->*remove_)(&wrapper_);
-      manager_.reset();
-      Line(family_.unregistered);
-    }
-    if (!family_.countFirst) Count(texts_.removed);
-    return 0;
+    std::shared_ptr<Registration> removed;
+    const int rc = RemoveLocked(record, removed);
+    if (removed) Release(*removed);
+    return rc;
   }
 
   // Calls `call` with every record, in order of addition, holding the mutex.
   template <typename Call>
   void ForEach(Call&& call) {
     std::lock_guard<std::mutex> lock(mutex_);
-    for (const Record& l : listeners_) call(l);
+    for (const auto& l : listeners_) call(l->record);
   }
 
   // Calls `field` of every record that has it set, in order of addition,
@@ -149,6 +142,59 @@ class CListenerChannel {
     log::Info(tag, " ✅ ", name, " forwarded to ", forwarded, " C listeners");
   }
 
+  // One event for the records that have `field` set. `build(call, native...)`
+  // makes the event's C arguments from its native values and hands them to
+  // `call`, once or more. Worker dispatch: built once, now, and every record
+  // is called (Call). Host dispatch: Queue.
+  template <typename Field, typename Build, typename... Values>
+  void Emit(Field field, Build build, const Values&... native) {
+    if (HostDispatch()) {
+      Queue(field, build, native...);
+      return;
+    }
+    build([&](const auto&... args) { Call(field, args...); }, native...);
+  }
+
+  // Emit between the lines of FanOut.
+  template <typename Field, typename Build, typename... Values>
+  void EmitLogged(const char* tag, const char* name, const std::string& detail, Field field, Build build,
+                  const Values&... native) {
+    if (!HostDispatch()) {
+      build([&](const auto&... args) { FanOut(tag, name, detail, field, args...); }, native...);
+      return;
+    }
+    log::Info(tag, " 🔔 ", name, " called (", detail, "listener count: ", Size(), ")");
+    const size_t queued = Queue(field, build, native...);
+    log::Info(tag, " ✅ ", name, " queued for ", queued, " C listeners");
+  }
+
+  // Host dispatch: queues one item per record that has `field` set. The item
+  // holds the event's native values (shared by the event's items) and, when
+  // dispatched, builds the C arguments and calls that record alone. Answers
+  // how many were queued.
+  template <typename Field, typename Build, typename... Values>
+  size_t Queue(Field field, Build build, const Values&... native) {
+    auto event = std::make_shared<const std::tuple<Values...>>(native...);
+    std::lock_guard<std::mutex> lock(mutex_);
+    size_t queued = 0;
+    for (const std::shared_ptr<Registration>& l : listeners_) {
+      if (!(l->record.*field)) continue;
+      // The item's token keeps the registration, and so `record`, alive.
+      const Record* record = &l->record;
+      DispatchQueue::Instance().Post(
+          [record, field, build, event] {
+            std::apply(
+                [&](const Values&... n) {
+                  build([&](const auto&... args) { (record->*field)(args..., record->user_data); }, n...);
+                },
+                *event);
+          },
+          l);
+      ++queued;
+    }
+    return queued;
+  }
+
   size_t Size() {
     std::lock_guard<std::mutex> lock(mutex_);
     return listeners_.size();
@@ -168,18 +214,54 @@ class CListenerChannel {
     return true;
   }
 
-  // Forgets the C records and the manager; the manager (and its loop
-  // threads) may end here, outside the mutex.
+  // Forgets the C records (their calls still queued are released) and the
+  // manager; the manager (and its loop threads) may end here, outside the
+  // mutex.
   void Clear() {
     std::shared_ptr<Manager> manager;
+    std::vector<std::shared_ptr<Registration>> cleared;
     {
       std::lock_guard<std::mutex> lock(mutex_);
-      listeners_.clear();
+      cleared.swap(listeners_);
+      for (const auto& l : cleared) l->alive = false;
       manager = std::move(manager_);
     }
+    for (const auto& l : cleared) Release(*l);
   }
 
  private:
+  // One C record as added; its token marks its queued calls.
+  struct Registration : DispatchToken {
+    explicit Registration(const Record& r) : record(r) {}
+    const Record record;
+  };
+
+  static void Release(const DispatchToken& token) {
+    if (DispatchQueue* queue = DispatchQueue::IfMade()) queue->Drop(token);
+  }
+
+  int RemoveLocked(const Record* record, std::shared_ptr<Registration>& removed) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto it = listeners_.begin();
+    while (it != listeners_.end() && std::memcmp(&(*it)->record, record, sizeof(Record)) != 0) ++it;
+    if (it == listeners_.end()) {
+      if (!texts_.notFound) return 0;
+      log::Info(texts_.notFound);
+      return -1;
+    }
+    (*it)->alive = false;
+    removed = *it;
+    listeners_.erase(it);
+    if (family_.countFirst) Count(texts_.removed);
+    if (listeners_.empty() && manager_) {
+      (manager_.get()->*remove_)(&wrapper_);
+      manager_.reset();
+      Line(family_.unregistered);
+    }
+    if (!family_.countFirst) Count(texts_.removed);
+    return 0;
+  }
+
   static void Line(const char* text) {
     if (text) log::Info(text);
   }
@@ -188,7 +270,8 @@ class CListenerChannel {
   template <typename Field, typename... Args>
   size_t CallLocked(Field field, const Args&... args) const {
     size_t called = 0;
-    for (const Record& l : listeners_) {
+    for (const auto& e : listeners_) {
+      const Record& l = e->record;
       if (!(l.*field)) continue;
       (l.*field)(args..., l.user_data);
       ++called;
@@ -215,7 +298,7 @@ class CListenerChannel {
   const AddFn add_;
   const AddFn remove_;
   std::mutex mutex_;
-  std::vector<Record> listeners_;
+  std::vector<std::shared_ptr<Registration>> listeners_;
   std::shared_ptr<Manager> manager_;
 };
 

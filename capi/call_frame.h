@@ -1,6 +1,7 @@
 // The pieces every exported function is made of: a guard that keeps
 // exceptions inside the library, an unwrap per handle, and one callback
-// adapter per payload family that turns an MvResult into a C callback call.
+// adapter per payload family that turns an MvResult into a C callback call
+// (in host dispatch, queued and built when the host dispatches it).
 #pragma once
 
 #include <exception>
@@ -11,6 +12,7 @@
 #include <vector>
 #include <cstdint>
 
+#include "capi/dispatched.h"
 #include "core/mv_result.h"
 #include "runtime/log.h"
 
@@ -69,7 +71,8 @@ inline const char* Message(const std::string& m) { return m.c_str(); }
 template <typename CCallback>
 std::function<void(const MvResult<void>&)> PlainAdapter(CCallback callback, void* user_data) {
   if (!callback) return nullptr;
-  return [callback, user_data](const MvResult<void>& r) { callback(r.code, Message(r.message), user_data); };
+  return Dispatched<const MvResult<void>&>(
+      [callback, user_data](const MvResult<void>& r) { callback(r.code, Message(r.message), user_data); });
 }
 
 // Record family: builds the C record on success; a failed build is -9 with
@@ -78,7 +81,7 @@ template <typename T, typename CRecord, typename CCallback>
 std::function<void(const MvResult<T>&)> RecordAdapter(CCallback callback, void* user_data,
                                                       CRecord* (*build)(const T&), const char* fail_text) {
   if (!callback) return nullptr;
-  return [callback, user_data, build, fail_text](const MvResult<T>& r) {
+  return Dispatched<const MvResult<T>&>([callback, user_data, build, fail_text](const MvResult<T>& r) {
     CRecord* record = nullptr;
     if (r.code == 0 && r.data) {
       record = build(*r.data);
@@ -88,7 +91,7 @@ std::function<void(const MvResult<T>&)> RecordAdapter(CCallback callback, void* 
       }
     }
     callback(r.code, Message(r.message), record, user_data);
-  };
+  });
 }
 
 // String family: a copied string on success ("Failed to allocate string" and
@@ -97,7 +100,7 @@ template <typename CCallback>
 std::function<void(const MvResult<std::string>&)> StringAdapter(CCallback callback, void* user_data,
                                                                 char* (*copy)(const std::string&)) {
   if (!callback) return nullptr;
-  return [callback, user_data, copy](const MvResult<std::string>& r) {
+  return Dispatched<const MvResult<std::string>&>([callback, user_data, copy](const MvResult<std::string>& r) {
     char* value = nullptr;
     if (r.code == 0 && r.data) {
       value = copy(*r.data);
@@ -107,17 +110,17 @@ std::function<void(const MvResult<std::string>&)> StringAdapter(CCallback callba
       }
     }
     callback(r.code, Message(r.message), value, user_data);
-  };
+  });
 }
 
 // Integer family: the value only for a success holding a non-negative number.
 template <typename CCallback>
 std::function<void(const MvResult<int>&)> IntegerAdapter(CCallback callback, void* user_data) {
   if (!callback) return nullptr;
-  return [callback, user_data](const MvResult<int>& r) {
+  return Dispatched<const MvResult<int>&>([callback, user_data](const MvResult<int>& r) {
     uint32_t value = (r.code == 0 && r.data && *r.data >= 0) ? static_cast<uint32_t>(*r.data) : 0u;
     callback(r.code, Message(r.message), value, user_data);
-  };
+  });
 }
 
 // List family: `build` makes the C array (null with `ok` true for an empty
@@ -127,7 +130,8 @@ std::function<void(const MvResult<std::vector<T>>&)> ListAdapter(CCallback callb
                                                                   CItem* (*build)(const std::vector<T>&, bool&),
                                                                   const char* fail_text) {
   if (!callback) return nullptr;
-  return [callback, user_data, build, fail_text](const MvResult<std::vector<T>>& r) {
+  return Dispatched<const MvResult<std::vector<T>>&>([callback, user_data, build,
+                                                      fail_text](const MvResult<std::vector<T>>& r) {
     if (r.code != 0 || !r.data) {
       callback(r.code, Message(r.message), nullptr, Count(0), user_data);
       return;
@@ -139,7 +143,7 @@ std::function<void(const MvResult<std::vector<T>>&)> ListAdapter(CCallback callb
       return;
     }
     callback(r.code, Message(r.message), items, static_cast<Count>(items ? r.data->size() : 0), user_data);
-  };
+  });
 }
 
 }  // namespace capi

@@ -14,7 +14,8 @@ constexpr char kChatMessageFail[] = "Failed to allocate MorvantaChatMessage";
 // The send outcome as a C record; -9 when the record cannot be built.
 MvChatSendCallback SentAdapter(MorvantaChatMessageCallback callback, void* user_data) {
   if (!callback) return nullptr;
-  return [callback, user_data](int32_t code, const std::string& message, const std::optional<MvChatMessage>& sent) {
+  return Dispatched<int32_t, const std::string&, std::optional<MvChatMessage>>(
+      [callback, user_data](int32_t code, const std::string& message, const std::optional<MvChatMessage>& sent) {
     MorvantaChatMessage* record = nullptr;
     if (code == 0 && sent) {
       record = BuildChatMessage(*sent);
@@ -24,14 +25,13 @@ MvChatSendCallback SentAdapter(MorvantaChatMessageCallback callback, void* user_
       }
     }
     callback(code, Message(message), record, user_data);
-  };
+  });
 }
 
 MvChatCallback OutcomeAdapter(MorvantaCallback callback, void* user_data) {
   if (!callback) return nullptr;
-  return [callback, user_data](int32_t code, const std::string& message) {
-    callback(code, Message(message), user_data);
-  };
+  return Dispatched<int32_t, const std::string&>(
+      [callback, user_data](int32_t code, const std::string& message) { callback(code, Message(message), user_data); });
 }
 
 // The strings of a C array; a NULL array or a count below 1 gives none.

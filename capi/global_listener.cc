@@ -2,9 +2,12 @@
 // a native wrapper of its own, registered on MvGatherdeck. The record table
 // and the wrapper table are guarded by g_global_listener_mutex, which is not
 // held while a C listener runs: each wrapper has a lock of its own for that.
+// In host dispatch a wrapper queues its calls under its record's token.
 #include <mutex>
 #include <string>
 
+#include "capi/dispatch_mode.h"
+#include "capi/dispatch_queue.h"
 #include "capi/sdk_state.h"
 #include "core/global_events.h"
 #include "runtime/log.h"
@@ -33,10 +36,15 @@ class GlobalEventListenerWrapper : public MvGlobalEventListener {
   bool Matches(const MorvantaGlobalEventListener& record) const { return SameListener(record_, record); }
 
   // Waits for a call in progress on another thread; a listener that removes
-  // itself from within its own call is not waited for.
+  // itself from within its own call is not waited for. Calls still queued
+  // for host dispatch are released.
   void Disable() {
-    std::lock_guard<std::recursive_mutex> lock(mutex_);
-    enabled_ = false;
+    {
+      std::lock_guard<std::recursive_mutex> lock(mutex_);
+      enabled_ = false;
+      token_->alive = false;
+    }
+    if (DispatchQueue* queue = DispatchQueue::IfMade()) queue->Drop(*token_);
   }
 
   void beforeRtcEngineInitialize(const std::string& roomUuid) override {
@@ -55,12 +63,19 @@ class GlobalEventListenerWrapper : public MvGlobalEventListener {
   void Call(Function function, const std::string& roomUuid) {
     if (!function) return;
     std::lock_guard<std::recursive_mutex> lock(mutex_);
-    if (enabled_) function(roomUuid.c_str(), record_.user_data);
+    if (!enabled_) return;
+    if (!HostDispatch()) {
+      function(roomUuid.c_str(), record_.user_data);
+      return;
+    }
+    DispatchQueue::Instance().Post(
+        [function, roomUuid, user_data = record_.user_data] { function(roomUuid.c_str(), user_data); }, token_);
   }
 
   const MorvantaGlobalEventListener record_;
   std::recursive_mutex mutex_;
   bool enabled_ = true;
+  const std::shared_ptr<DispatchToken> token_ = std::make_shared<DispatchToken>();
 };
 
 namespace {

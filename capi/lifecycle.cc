@@ -6,6 +6,8 @@
 #include <thread>
 
 #include "capi/call_frame.h"
+#include "capi/dispatch_mode.h"
+#include "capi/dispatch_queue.h"
 #include "capi/listener_channels.h"
 #include "capi/sdk_state.h"
 #include "runtime/dependency_resolver.h"
@@ -87,6 +89,8 @@ int32_t Initialize(const MorvantaInitConfig* config, MorvantaSDK_T** out_handle)
       if (out_handle && g_sdk_handle) *out_handle = g_sdk_handle.get();
       return -3;
     }
+
+    BeginSessionDispatch();
 
     log::Info(kTag, " 🔍 Step 3: Checking runtime dependencies...");
     runtime::DependencyConfig deps;
@@ -295,6 +299,8 @@ MORVANTA_API int32_t Morvanta_Initialize(const MorvantaInitConfig* config, Morva
 
 MORVANTA_API int32_t Morvanta_Uninitialize(void) {
   const int32_t rc = capi::Guarded<int32_t>("Morvanta_Uninitialize", -999, [] { return capi::Uninitialize(); });
+  // Host dispatch: listener calls still queued are released, never run.
+  if (capi::DispatchQueue* queue = capi::DispatchQueue::IfMade()) queue->DropListenerItems();
   log::FlushAll();  // the buffered log lines of the session reach their file now
   return rc;
 }

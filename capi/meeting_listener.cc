@@ -1,6 +1,8 @@
-// C listeners of the meeting channel. Each event is converted once; member
-// events call a C listener once per member, chatroom member and message
-// events once with the whole array.
+// C listeners of the meeting channel. Each event is converted once (in host
+// dispatch, once per record when the host dispatches it); member events call
+// a C listener once per member, chatroom member and message events once with
+// the whole array.
+#include <optional>
 #include <vector>
 
 #include "capi/c_listener_channel.h"
@@ -37,6 +39,15 @@ const CListenerTexts kTexts = {
 using Channel = CListenerChannel<MorvantaMeetingListener, IMvMeetingListener, MvMeetingManager>;
 Channel& TheChannel();
 
+// An optional operator as its C view, or null.
+template <typename Call>
+void WithOperator(const std::optional<MvMember>& by, Call&& call) {
+  MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
+  call(by ? &op : nullptr);
+}
+
+std::optional<MvMember> Optional(const MvMember* m) { return m ? std::optional<MvMember>(*m) : std::nullopt; }
+
 // The wrapper: converts once, then calls each C listener under the mutex.
 class MeetingListenerWrapper : public IMvMeetingListener {
  public:
@@ -44,6 +55,17 @@ class MeetingListenerWrapper : public IMvMeetingListener {
                void (*MorvantaMeetingListener::*field)(const MorvantaMember*, void*)) {
     log::Info(kWrapperTag, " 🔔 ", name, " called (member count: ", members.size(),
               ", listener count: ", TheChannel().Size(), ")");
+    if (HostDispatch()) {
+      const size_t queued = TheChannel().Queue(
+          field,
+          [](auto&& call, const std::vector<MvMember>& ms) {
+            thread_local std::vector<MorvantaMember> buffer;
+            for (const MorvantaMember& m : Views(ms, buffer)) call(&m);
+          },
+          members);
+      log::Info(kWrapperTag, " ✅ ", name, " queued for ", queued, " C listeners");
+      return;
+    }
     thread_local std::vector<MorvantaMember> buffer;
     const auto& views = Views(members, buffer);
     size_t forwarded = 0;
@@ -58,9 +80,14 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   void ChatroomMembers(const char* name, const std::vector<MvMember>& members,
                        void (*MorvantaMeetingListener::*field)(const MorvantaMember*, uint32_t, void*)) {
     log::Info(kWrapperTag, " 🔔 ", name, " called (member count: ", members.size(), ")");
-    thread_local std::vector<MorvantaMember> buffer;
-    const auto& views = Views(members, buffer);
-    TheChannel().Call(field, views.data(), static_cast<uint32_t>(views.size()));
+    TheChannel().Emit(
+        field,
+        [](auto&& call, const std::vector<MvMember>& ms) {
+          thread_local std::vector<MorvantaMember> buffer;
+          const auto& views = Views(ms, buffer);
+          call(views.data(), static_cast<uint32_t>(views.size()));
+        },
+        members);
   }
 
   void OnMemberJoinMeeting(const std::vector<MvMember>& members) override {
@@ -79,7 +106,8 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   void Mute(const char* name, const std::string& uuid, bool mute,
             void (*MorvantaMeetingListener::*field)(const char*, bool, void*)) {
     log::Info(kWrapperTag, " 🔔 ", name, " called (userUuid: ", uuid, ", muted: ", mute ? "true" : "false", ")");
-    TheChannel().Call(field, uuid.c_str(), mute);
+    TheChannel().Emit(
+        field, [](auto&& call, const std::string& u, bool m) { call(u.c_str(), m); }, uuid, mute);
   }
   void OnMemberAudioMuteChanged(const std::string& uuid, bool mute, const MvMember*) override {
     Mute("OnMemberAudioMuteChanged", uuid, mute, &MorvantaMeetingListener::onMemberAudioMuteChanged);
@@ -89,46 +117,62 @@ class MeetingListenerWrapper : public IMvMeetingListener {
   }
   void OnRoomEnded(const std::string& reason, const std::string& extra) override {
     log::Info(kWrapperTag, " 🔔 OnRoomEnded called (reason: ", reason, ", extra: ", extra, ")");
-    TheChannel().Call(&MorvantaMeetingListener::onRoomEnded, reason.c_str(), extra.c_str());
+    TheChannel().Emit(
+        &MorvantaMeetingListener::onRoomEnded,
+        [](auto&& call, const std::string& r, const std::string& e) { call(r.c_str(), e.c_str()); }, reason, extra);
   }
   void OnMemberAudioConnectStateChanged(const MvMember& member, bool connected) override {
     log::Info(kWrapperTag, " 🔔 OnMemberAudioConnectStateChanged called");
-    MorvantaMember c = MemberView(member);
-    TheChannel().Call(&MorvantaMeetingListener::onMemberAudioConnectStateChanged,
-                      &c, connected);
+    TheChannel().Emit(
+        &MorvantaMeetingListener::onMemberAudioConnectStateChanged,
+        [](auto&& call, const MvMember& m, bool on) {
+          MorvantaMember c = MemberView(m);
+          call(&c, on);
+        },
+        member, connected);
   }
   void OnMemberScreenShareStateChanged(const MvMember& member, bool sharing, const MvMember* by) override {
     log::Info(kWrapperTag, " 🔔 OnMemberScreenShareStateChanged called");
-    MorvantaMember c = MemberView(member);
-    MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
-    TheChannel().Call(&MorvantaMeetingListener::onMemberScreenShareStateChanged,
-                      &c, sharing, by ? &op : nullptr);
+    TheChannel().Emit(
+        &MorvantaMeetingListener::onMemberScreenShareStateChanged,
+        [](auto&& call, const MvMember& m, bool on, const std::optional<MvMember>& op) {
+          MorvantaMember c = MemberView(m);
+          WithOperator(op, [&](const MorvantaMember* o) { call(&c, on, o); });
+        },
+        member, sharing, Optional(by));
   }
   void OnReceiveChatroomMessages(const std::vector<MvChatMessage>& messages) override {
     log::Info(kWrapperTag, " 🔔 OnReceiveChatroomMessages called (message count: ", messages.size(), ")");
     // Built with the chat records' own builder and released after the calls.
-    thread_local std::vector<MorvantaChatMessage> buffer;
-    buffer.clear();
-    std::vector<MorvantaChatMessage*> built;
-    for (const MvChatMessage& m : messages) {
-      MorvantaChatMessage* c = BuildChatMessage(m);
-      if (!c) continue;  // an allocation failure drops that message
-      built.push_back(c);
-      buffer.push_back(*c);
-    }
-    TheChannel().Call(&MorvantaMeetingListener::onReceiveChatroomMessages,
-                      buffer.data(), static_cast<uint32_t>(buffer.size()));
-    for (MorvantaChatMessage* c : built) Morvanta_FreeChatMessage(c);
-    buffer.clear();
+    TheChannel().Emit(
+        &MorvantaMeetingListener::onReceiveChatroomMessages,
+        [](auto&& call, const std::vector<MvChatMessage>& ms) {
+          thread_local std::vector<MorvantaChatMessage> buffer;
+          buffer.clear();
+          std::vector<MorvantaChatMessage*> built;
+          for (const MvChatMessage& m : ms) {
+            MorvantaChatMessage* c = BuildChatMessage(m);
+            if (!c) continue;  // an allocation failure drops that message
+            built.push_back(c);
+            buffer.push_back(*c);
+          }
+          call(buffer.data(), static_cast<uint32_t>(buffer.size()));
+          for (MorvantaChatMessage* c : built) Morvanta_FreeChatMessage(c);
+          buffer.clear();
+        },
+        messages);
   }
   void OnMemberChatBanStateChanged(const MvMember& member, bool banned, int32_t duration,
                                    const std::string& notifyExt, const MvMember* by) override {
     log::Info(kWrapperTag, " 🔔 OnMemberChatBanStateChanged called");
-    MorvantaMember c = MemberView(member);
-    MorvantaMember op = by ? MemberView(*by) : MorvantaMember{};
-    TheChannel().Call(&MorvantaMeetingListener::onMemberChatBanStateChanged,
-                      &c, banned, duration, notifyExt.c_str(),
-                      by ? &op : nullptr);
+    TheChannel().Emit(
+        &MorvantaMeetingListener::onMemberChatBanStateChanged,
+        [](auto&& call, const MvMember& m, bool ban, int32_t seconds, const std::string& ext,
+           const std::optional<MvMember>& op) {
+          MorvantaMember c = MemberView(m);
+          WithOperator(op, [&](const MorvantaMember* o) { call(&c, ban, seconds, ext.c_str(), o); });
+        },
+        member, banned, duration, notifyExt, Optional(by));
   }
 };
 

@@ -43,48 +43,64 @@ std::array<const char*, N> Hold(std::vector<std::string>& buffer, const std::arr
 
 class MessageChannelListenerWrapper : public IMvMessageChannelListener {
  public:
-  void OnCustomMessageReceived(const MvCustomMessage& m) override {
-    thread_local std::vector<std::string> strings;
-    auto s = Hold<3>(strings, {&m.roomUuid, &m.senderUuid, &m.data});
-    MorvantaCustomMessage c{s[0], s[1], s[2], m.timestamp};
-    TheChannel().FanOut(kWrapperTag, "OnCustomMessageReceived", "",
-                        &MorvantaMessageChannelListener::onCustomMessageReceived, &c);
+  void OnCustomMessageReceived(const MvCustomMessage& message) override {
+    TheChannel().EmitLogged(
+        kWrapperTag, "OnCustomMessageReceived", "", &MorvantaMessageChannelListener::onCustomMessageReceived,
+        [](auto&& call, const MvCustomMessage& m) {
+          thread_local std::vector<std::string> strings;
+          auto s = Hold<3>(strings, {&m.roomUuid, &m.senderUuid, &m.data});
+          MorvantaCustomMessage c{s[0], s[1], s[2], m.timestamp};
+          call(&c);
+        },
+        message);
   }
   void OnSessionMessageReceived(const MvSessionMessage& m) override {
-    thread_local std::vector<std::string> strings;
-    Session("OnSessionMessageReceived", &MorvantaMessageChannelListener::onSessionMessageReceived, m, strings);
+    Session("OnSessionMessageReceived", &MorvantaMessageChannelListener::onSessionMessageReceived, m);
   }
   void OnSessionMessageDeleted(const MvSessionMessage& m) override {
-    thread_local std::vector<std::string> strings;
-    Session("OnSessionMessageDeleted", &MorvantaMessageChannelListener::onSessionMessageDeleted, m, strings);
+    Session("OnSessionMessageDeleted", &MorvantaMessageChannelListener::onSessionMessageDeleted, m);
   }
   void OnSessionMessageRecentChanged(const std::vector<MvSessionRecentInfo>& sessions) override {
-    thread_local std::vector<std::string> strings;
-    thread_local std::vector<MorvantaSessionRecentInfo> records;
-    strings.clear();
-    records.clear();
-    for (const MvSessionRecentInfo& s : sessions) strings.push_back(s.sessionId);  // all first: no later move
-    for (size_t i = 0; i < sessions.size(); ++i)
-      records.push_back({strings[i].c_str(), CSessionType(sessions[i].sessionType), sessions[i].unreadCount});
-    TheChannel().FanOut(kWrapperTag, "OnSessionMessageRecentChanged",
-                        "session count: " + std::to_string(records.size()) + ", ",
-                        &MorvantaMessageChannelListener::onSessionMessageRecentChanged, records.data(),
-                        static_cast<uint32_t>(records.size()));
+    TheChannel().EmitLogged(
+        kWrapperTag, "OnSessionMessageRecentChanged", "session count: " + std::to_string(sessions.size()) + ", ",
+        &MorvantaMessageChannelListener::onSessionMessageRecentChanged,
+        [](auto&& call, const std::vector<MvSessionRecentInfo>& list) {
+          thread_local std::vector<std::string> strings;
+          thread_local std::vector<MorvantaSessionRecentInfo> records;
+          strings.clear();
+          records.clear();
+          for (const MvSessionRecentInfo& s : list) strings.push_back(s.sessionId);  // all first: no later move
+          for (size_t i = 0; i < list.size(); ++i)
+            records.push_back({strings[i].c_str(), CSessionType(list[i].sessionType), list[i].unreadCount});
+          call(records.data(), static_cast<uint32_t>(records.size()));
+        },
+        sessions);
   }
   void OnDeleteAllSessionMessage(const std::string& sessionId, MvSessionType type) override {
-    thread_local std::vector<std::string> strings;
-    auto s = Hold<1>(strings, {&sessionId});
-    TheChannel().FanOut(kWrapperTag, "OnDeleteAllSessionMessage", "sessionId: " + sessionId + ", ",
-                        &MorvantaMessageChannelListener::onDeleteAllSessionMessage, s[0], CSessionType(type));
+    TheChannel().EmitLogged(
+        kWrapperTag, "OnDeleteAllSessionMessage", "sessionId: " + sessionId + ", ",
+        &MorvantaMessageChannelListener::onDeleteAllSessionMessage,
+        [](auto&& call, const std::string& id, MvSessionType t) {
+          thread_local std::vector<std::string> strings;
+          auto s = Hold<1>(strings, {&id});
+          call(s[0], CSessionType(t));
+        },
+        sessionId, type);
   }
 
  private:
-  using SessionField = void (*MorvantaMessageChannelListener::*)(const MorvantaSessionMessage*, void*);
-  static void Session(const char* name, SessionField field, const MvSessionMessage& m,
-                      std::vector<std::string>& strings) {
-    auto s = Hold<3>(strings, {&m.sessionId, &m.messageId, &m.data});
-    MorvantaSessionMessage c{s[0], CSessionType(m.sessionType), s[1], s[2], m.time};
-    TheChannel().FanOut(kWrapperTag, name, "", field, &c);
+  // Both session kinds share one buffer of strings per thread.
+  template <typename Field>
+  static void Session(const char* name, Field field, const MvSessionMessage& message) {
+    TheChannel().EmitLogged(
+        kWrapperTag, name, "", field,
+        [](auto&& call, const MvSessionMessage& m) {
+          thread_local std::vector<std::string> strings;
+          auto s = Hold<3>(strings, {&m.sessionId, &m.messageId, &m.data});
+          MorvantaSessionMessage c{s[0], CSessionType(m.sessionType), s[1], s[2], m.time};
+          call(&c);
+        },
+        message);
   }
 };
 

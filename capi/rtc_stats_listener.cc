@@ -1,6 +1,7 @@
 // C listeners of the RTC statistics channel. Scalar kinds reach C as one
 // record built on the stack; list kinds as an array with its count, kept in
-// thread-local buffers that each call clears and refills.
+// thread-local buffers that each call clears and refills (in host dispatch,
+// on the dispatching thread, per record).
 #include "capi/c_listener_channel.h"
 #include "capi/call_frame.h"
 #include "capi/listener_channels.h"
@@ -27,75 +28,79 @@ const CListenerTexts kTexts = {
 using Channel = CListenerChannel<MorvantaRtcStatsListener, IMvRtcStatsListener, MvMeetingManager>;
 Channel& TheChannel();
 
-template <typename Field, typename... Args>
-void FanOut(const char* name, Field field, const Args&... args) {
-  TheChannel().FanOut(kWrapperTag, name, "", field, args...);
+// A scalar kind: `build` makes the C record from the native one.
+template <typename Field, typename Native, typename Build>
+void FanOut(const char* name, Field field, const Native& stats, Build build) {
+  TheChannel().EmitLogged(
+      kWrapperTag, name, "", field,
+      [build](auto&& call, const Native& s) {
+        auto c = build(s);
+        call(&c);
+      },
+      stats);
 }
 
-// A list kind: `records` (and the strings they point into) were built for
-// this call in the caller's thread-local buffers.
-template <typename CRecord, typename Field>
-void FanOutList(const char* name, Field field, const std::vector<CRecord>& records) {
-  TheChannel().FanOut(kWrapperTag, name, "stats count: " + std::to_string(records.size()) + ", ", field,
-                      records.data(), static_cast<uint32_t>(records.size()));
-}
-
-// Copies each native element's uuid into `strings` first (so no later
-// growth moves them), then builds the C records over those copies.
-template <typename Native, typename CRecord, typename Build>
-const std::vector<CRecord>& ListView(const std::vector<Native>& stats, std::vector<std::string>& strings,
-                                     std::vector<CRecord>& records, Build build) {
-  strings.clear();
-  records.clear();
-  for (const Native& s : stats) strings.push_back(s.userUuid);
-  for (size_t i = 0; i < stats.size(); ++i) records.push_back(build(stats[i], strings[i].c_str()));
-  return records;
+// A list kind. Each element's uuid is copied into `strings` first (so no
+// later growth moves them), then the C records are built over those copies.
+template <typename CRecord, typename Native, typename Field, typename Build>
+void FanOutList(const char* name, Field field, const std::vector<Native>& stats, Build build) {
+  TheChannel().EmitLogged(
+      kWrapperTag, name, "stats count: " + std::to_string(stats.size()) + ", ", field,
+      [build](auto&& call, const std::vector<Native>& list) {
+        thread_local std::vector<std::string> strings;
+        thread_local std::vector<CRecord> records;
+        strings.clear();
+        records.clear();
+        for (const Native& s : list) strings.push_back(s.userUuid);
+        for (size_t i = 0; i < list.size(); ++i) records.push_back(build(list[i], strings[i].c_str()));
+        call(records.data(), static_cast<uint32_t>(records.size()));
+      },
+      stats);
 }
 
 class RtcStatsListenerWrapper : public IMvRtcStatsListener {
  public:
-  void OnRtcStats(const MvRtcStats& s) override {
-    MorvantaRtcStats c{s.duration,     s.txBytes,      s.rxBytes,     s.txAudioBytes,
-                       s.txVideoBytes, s.rxAudioBytes, s.rxVideoBytes};
-    FanOut("OnRtcStats", &MorvantaRtcStatsListener::onRtcStats, &c);
+  void OnRtcStats(const MvRtcStats& stats) override {
+    FanOut("OnRtcStats", &MorvantaRtcStatsListener::onRtcStats, stats, [](const MvRtcStats& s) {
+      return MorvantaRtcStats{s.duration,     s.txBytes,      s.rxBytes,     s.txAudioBytes,
+                              s.txVideoBytes, s.rxAudioBytes, s.rxVideoBytes};
+    });
   }
-  void OnLocalAudioStats(const MvLocalAudioStats& s) override {
-    MorvantaLocalAudioStats c{s.volume, s.numChannels, s.sentSampleRate, s.sentBitrate};
-    FanOut("OnLocalAudioStats", &MorvantaRtcStatsListener::onLocalAudioStats, &c);
+  void OnLocalAudioStats(const MvLocalAudioStats& stats) override {
+    FanOut("OnLocalAudioStats", &MorvantaRtcStatsListener::onLocalAudioStats, stats, [](const MvLocalAudioStats& s) {
+      return MorvantaLocalAudioStats{s.volume, s.numChannels, s.sentSampleRate, s.sentBitrate};
+    });
   }
-  void OnLocalVideoStats(const MvLocalVideoStats& s) override {
-    MorvantaLocalVideoStats c{s.captureWidth,           s.captureHeight, s.encodedFrameWidth, s.encodedFrameHeight,
-                              s.encoderOutputFrameRate, s.sentFrameRate, s.sentBitrate};
-    FanOut("OnLocalVideoStats", &MorvantaRtcStatsListener::onLocalVideoStats, &c);
+  void OnLocalVideoStats(const MvLocalVideoStats& stats) override {
+    FanOut("OnLocalVideoStats", &MorvantaRtcStatsListener::onLocalVideoStats, stats, [](const MvLocalVideoStats& s) {
+      return MorvantaLocalVideoStats{s.captureWidth,           s.captureHeight, s.encodedFrameWidth,
+                                     s.encodedFrameHeight,     s.encoderOutputFrameRate, s.sentFrameRate,
+                                     s.sentBitrate};
+    });
   }
   void OnRemoteAudioStats(const std::vector<MvRemoteAudioStats>& stats) override {
-    thread_local std::vector<std::string> strings;
-    thread_local std::vector<MorvantaRemoteAudioStats> records;
-    FanOutList("OnRemoteAudioStats", &MorvantaRtcStatsListener::onRemoteAudioStats,
-               ListView(stats, strings, records, [](const MvRemoteAudioStats& s, const char* uuid) {
-                 return MorvantaRemoteAudioStats{uuid, s.volume, s.receivedBitrate};
-               }));
+    FanOutList<MorvantaRemoteAudioStats>("OnRemoteAudioStats", &MorvantaRtcStatsListener::onRemoteAudioStats, stats,
+                                         [](const MvRemoteAudioStats& s, const char* uuid) {
+                                           return MorvantaRemoteAudioStats{uuid, s.volume, s.receivedBitrate};
+                                         });
   }
   void OnRemoteVideoStats(const std::vector<MvRemoteVideoStats>& stats) override {
-    thread_local std::vector<std::string> strings;
-    thread_local std::vector<MorvantaRemoteVideoStats> records;
-    FanOutList("OnRemoteVideoStats", &MorvantaRtcStatsListener::onRemoteVideoStats,
-               ListView(stats, strings, records, [](const MvRemoteVideoStats& s, const char* uuid) {
-                 return MorvantaRemoteVideoStats{uuid,
-                                                 s.width,
-                                                 s.height,
-                                                 s.receivedBitrate,
-                                                 s.decoderOutputFrameRate,
-                                                 s.rendererOutputFrameRate};
-               }));
+    FanOutList<MorvantaRemoteVideoStats>("OnRemoteVideoStats", &MorvantaRtcStatsListener::onRemoteVideoStats, stats,
+                                         [](const MvRemoteVideoStats& s, const char* uuid) {
+                                           return MorvantaRemoteVideoStats{uuid,
+                                                                           s.width,
+                                                                           s.height,
+                                                                           s.receivedBitrate,
+                                                                           s.decoderOutputFrameRate,
+                                                                           s.rendererOutputFrameRate};
+                                         });
   }
   void OnNetworkQuality(const std::vector<MvNetworkQualityInfo>& stats) override {
-    thread_local std::vector<std::string> strings;
-    thread_local std::vector<MorvantaNetworkQualityInfo> records;
-    FanOutList("OnNetworkQuality", &MorvantaRtcStatsListener::onNetworkQuality,
-               ListView(stats, strings, records, [](const MvNetworkQualityInfo& s, const char* uuid) {
-                 return MorvantaNetworkQualityInfo{uuid, s.uplinkQuality, s.downlinkQuality};
-               }));
+    FanOutList<MorvantaNetworkQualityInfo>(
+        "OnNetworkQuality", &MorvantaRtcStatsListener::onNetworkQuality, stats,
+        [](const MvNetworkQualityInfo& s, const char* uuid) {
+          return MorvantaNetworkQualityInfo{uuid, s.uplinkQuality, s.downlinkQuality};
+        });
   }
 };
 

@@ -14,6 +14,10 @@ std::vector<MorvantaGlobalEventListener>& g_global_c_listeners = *new std::vecto
 std::vector<std::shared_ptr<GlobalEventListenerWrapper>>& g_global_listener_wrappers =
     *new std::vector<std::shared_ptr<GlobalEventListenerWrapper>>;
 
+bool SessionRunning() {
+  return (g_bridge && g_bridge->IsInitialized()) || (g_gatherdeck && g_gatherdeck->IsInitialized());
+}
+
 std::shared_ptr<MorvantaSDK_T> ValidateSdkHandle(MorvantaSDK_T* sdk, const char* name) {
   const char* reason = nullptr;
   if (!sdk)

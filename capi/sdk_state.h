@@ -60,6 +60,10 @@ extern std::vector<std::shared_ptr<GlobalEventListenerWrapper>>& g_global_listen
 // call nothing any more. Returns how many records there were.
 size_t ClearGlobalCListeners();
 
+// True while the bridge or the product object is up: the modes chosen for
+// the next session cannot change now.
+bool SessionRunning();
+
 // Checks an SDK handle for a Get*Manager call; logs "<name>: <reason>" and
 // returns null when it cannot be used.
 std::shared_ptr<MorvantaSDK_T> ValidateSdkHandle(MorvantaSDK_T* sdk, const char* name);

@@ -1,6 +1,7 @@
 // C listeners of the waiting room channel. The checks of this family are
 // silent, removing a record that is not there is no fault, and the count
 // line of an add or remove comes before the wrapper's own line.
+#include <optional>
 #include <vector>
 
 #include "capi/c_listener_channel.h"
@@ -38,72 +39,87 @@ const CListenerTexts kTexts = {
 using Channel = CListenerChannel<MorvantaWaitingRoomListener, IMvWaitingRoomListener, MvWaitingRoomManager>;
 Channel& TheChannel();
 
-// Calls `field` of every C listener that has it set, in order of addition,
-// with the channel's mutex held.
-template <typename Field, typename... Args>
-void FanOut(Field field, const Args&... args) {
-  TheChannel().Call(field, args...);
-}
-
-// Converts each event once, into records reused per thread, and fans it out.
-// The records point into the native event and live until the next event of
-// the same kind on this thread; C listeners copy what they keep.
+// Converts each event once, into records reused per thread, and fans it out
+// (Emit). The records point into the native event (in host dispatch, the
+// queued copy) and live until the next event of the same kind on this
+// thread; C listeners copy what they keep.
 class WaitingRoomListenerWrapper : public IMvWaitingRoomListener {
  public:
   void OnMemberJoin(const MvWaitingRoomMember& member, int32_t reason) override {
     log::Info(kWrapperTag, " 🔔 OnMemberJoin called (uuid: ", member.uuid, ", reason: ", reason, ")");
-    thread_local MorvantaWaitingRoomMember c;
-    c = MorvantaWaitingRoomMember{};
-    c.uuid = const_cast<char*>(member.uuid.c_str());
-    c.name = const_cast<char*>(member.name.c_str());
-    c.avatar = member.avatar ? const_cast<char*>(member.avatar->c_str()) : nullptr;
-    c.join_time = member.joinTime;
-    c.status = member.status;
-    FanOut(&MorvantaWaitingRoomListener::onMemberJoin, static_cast<const MorvantaWaitingRoomMember*>(&c), reason);
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onMemberJoin,
+        [](auto&& call, const MvWaitingRoomMember& m, int32_t why) {
+          thread_local MorvantaWaitingRoomMember c;
+          c = MorvantaWaitingRoomMember{};
+          c.uuid = const_cast<char*>(m.uuid.c_str());
+          c.name = const_cast<char*>(m.name.c_str());
+          c.avatar = m.avatar ? const_cast<char*>(m.avatar->c_str()) : nullptr;
+          c.join_time = m.joinTime;
+          c.status = m.status;
+          call(static_cast<const MorvantaWaitingRoomMember*>(&c), why);
+        },
+        member, reason);
   }
   void OnMemberLeave(const std::string& userUuid, int32_t reason) override {
     log::Info(kWrapperTag, " 🔔 OnMemberLeave called (userUuid: ", userUuid, ", reason: ", reason, ")");
-    FanOut(&MorvantaWaitingRoomListener::onMemberLeave, userUuid.c_str(), reason);
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onMemberLeave,
+        [](auto&& call, const std::string& uuid, int32_t why) { call(uuid.c_str(), why); }, userUuid, reason);
   }
   void OnMemberAdmitted(const std::string& userUuid) override {
     log::Info(kWrapperTag, " 🔔 OnMemberAdmitted called (userUuid: ", userUuid, ")");
-    FanOut(&MorvantaWaitingRoomListener::onMemberAdmitted, userUuid.c_str());
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onMemberAdmitted, [](auto&& call, const std::string& uuid) { call(uuid.c_str()); },
+        userUuid);
   }
   void OnMyStatusChanged(int32_t status, int32_t reason) override {
     log::Info(kWrapperTag, " 🔔 OnMyStatusChanged called (status: ", status, ", reason: ", reason, ")");
-    FanOut(&MorvantaWaitingRoomListener::onMyStatusChanged, status, reason);
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onMyStatusChanged, [](auto&& call, int32_t st, int32_t why) { call(st, why); },
+        status, reason);
   }
   void OnMemberNameChanged(const std::string& userUuid, const std::string& name, const MvMember* operateBy) override {
     log::Info(kWrapperTag, " 🔔 OnMemberNameChanged called (userUuid: ", userUuid, ", name: ", name, ")");
     // The channel passes no operator today; a caller that does gets it on.
-    thread_local MorvantaMember op;
-    const MorvantaMember* by = nullptr;
-    if (operateBy) {
-      op = MemberView(*operateBy);
-      by = &op;
-    }
-    FanOut(&MorvantaWaitingRoomListener::onMemberNameChanged, userUuid.c_str(), name.c_str(), by);
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onMemberNameChanged,
+        [](auto&& call, const std::string& uuid, const std::string& n, const std::optional<MvMember>& by) {
+          thread_local MorvantaMember op;
+          if (by) op = MemberView(*by);
+          call(uuid.c_str(), n.c_str(), by ? static_cast<const MorvantaMember*>(&op) : nullptr);
+        },
+        userUuid, name, operateBy ? std::optional<MvMember>(*operateBy) : std::nullopt);
   }
   void OnInfoUpdated(const MvWaitingRoomInfo& info) override {
     log::Info(kWrapperTag, " 🔔 OnInfoUpdated called (isEnabledOnEntry: ", info.isEnabledOnEntry ? "true" : "false",
               ", memberCount: ", info.memberCount, ")");
-    thread_local MorvantaWaitingRoomInfo c;
-    c.member_count = info.memberCount;
-    c.is_enabled_on_entry = info.isEnabledOnEntry;
-    c.background_image_url = info.backgroundImageUrl.c_str();
-    FanOut(&MorvantaWaitingRoomListener::onInfoUpdated, static_cast<const MorvantaWaitingRoomInfo*>(&c));
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onInfoUpdated,
+        [](auto&& call, const MvWaitingRoomInfo& i) {
+          thread_local MorvantaWaitingRoomInfo c;
+          c.member_count = i.memberCount;
+          c.is_enabled_on_entry = i.isEnabledOnEntry;
+          c.background_image_url = i.backgroundImageUrl.c_str();
+          call(static_cast<const MorvantaWaitingRoomInfo*>(&c));
+        },
+        info);
   }
   void OnAllMembersKicked() override {
     log::Info(kWrapperTag, " 🔔 OnAllMembersKicked called");
-    FanOut(&MorvantaWaitingRoomListener::onAllMembersKicked);
+    TheChannel().Emit(&MorvantaWaitingRoomListener::onAllMembersKicked, [](auto&& call) { call(); });
   }
   void OnManagersUpdated(const std::vector<MvMember>& managers) override {
     log::Info(kWrapperTag, " 🔔 OnManagersUpdated called (count: ", managers.size(), ")");
-    thread_local std::vector<MorvantaMember> views;
-    views.clear();
-    for (const MvMember& m : managers) views.push_back(MemberView(m));
-    FanOut(&MorvantaWaitingRoomListener::onManagersUpdated, static_cast<const MorvantaMember*>(views.data()),
-           static_cast<uint32_t>(views.size()));
+    TheChannel().Emit(
+        &MorvantaWaitingRoomListener::onManagersUpdated,
+        [](auto&& call, const std::vector<MvMember>& ms) {
+          thread_local std::vector<MorvantaMember> views;
+          views.clear();
+          for (const MvMember& m : ms) views.push_back(MemberView(m));
+          call(static_cast<const MorvantaMember*>(views.data()), static_cast<uint32_t>(views.size()));
+        },
+        managers);
   }
 };
 

@@ -27,6 +27,8 @@
  * asynchronous functions of this library, but must not block waiting for
  * their outcome, and must not call the synchronous queries (they would time
  * out). Lifecycle functions must not run concurrently with any other call.
+ * A host that opts in to host dispatch (section "Host dispatch") gets every
+ * callback and listener call on its own thread instead.
  *
  * Memory. Strings passed in are copied before the call returns. A payload
  * given to a callback (record, list, string) belongs to the callee: release
@@ -55,6 +57,17 @@
  *            call the lifecycle functions, add or remove a listener of the
  *            channel that is calling it, or keep a pointer it was lent after
  *            returning.
+ * In host dispatch (MORVANTA_DISPATCH_HOST) these calls run on the thread
+ * that calls Morvanta_Dispatch, one at a time, and the worker goes on
+ * meanwhile, so the rules are looser:
+ *   May:     everything above, and also block, call the synchronous queries
+ *            (they answer), add or remove listeners (of the calling channel
+ *            too: a record removed there is not called again, even for calls
+ *            already queued), and call Morvanta_Uninitialize (for instance
+ *            when the meeting ends).
+ *   May not: call Morvanta_Dispatch (it returns -1 and runs nothing), keep a
+ *            pointer it was lent after returning, or call Morvanta_Initialize
+ *            (lifecycle functions still must not overlap other calls).
  *
  * Ending the process
  * ------------------
@@ -75,10 +88,14 @@
  * initialized", as an unavailable library does. Morvanta_Uninitialize then
  * works as usual, and Morvanta_Initialize starts a fresh runtime and loads
  * the SDK again.
- * A rejection whose reason cannot be described (its message getter throws,
- * it has no text form) is answered at once with -1 and "Promise rejected: "
- * plus {"success":false,"error":"Rejected with a reason that cannot be shown
- * as text"}.
+ * A rejection is answered with -1 and "Promise rejected: " plus
+ * {"success":false,"error":<the reason's message, or else its text form>},
+ * the message written as the JSON value it is (a message of 42 gives
+ * "error":42). A rejection whose reason cannot be described so (null or
+ * undefined, a message getter that throws, no text form, a message JSON
+ * cannot write: a BigInt, a cycle) is answered at once with -1 and
+ * "Promise rejected: " plus {"success":false,"error":"Rejected with a reason
+ * that cannot be shown as text"}.
  * Text. Every string the library hands to the host is valid UTF-8: what
  * UTF-8 cannot carry (a lone UTF-16 surrogate) arrives as U+FFFD. Bytes of a
  * host string that are not well-formed UTF-8 reach the SDK as U+FFFD, one
@@ -279,6 +296,88 @@ MORVANTA_API int32_t Morvanta_SetBridgeMode(int32_t mode);
  * MORVANTA_BRIDGE_MODE_COMPATIBLE or MORVANTA_BRIDGE_MODE_CONCURRENT, never
  * DEFAULT. Any thread. */
 MORVANTA_API int32_t Morvanta_GetBridgeMode(void);
+
+/* ======================================================================
+ * Host dispatch
+ *
+ * Where host code runs. MORVANTA_DISPATCH_WORKER (the default): every
+ * callback and listener call runs on the library's worker (or, for a few
+ * early failures, inside the exported call), as the rest of this header
+ * describes. MORVANTA_DISPATCH_HOST: every call into host code except the log
+ * handler waits in a queue until the host runs it with Morvanta_Dispatch, on
+ * the host's own thread (a GUI's main thread, say): operation callbacks of
+ * every family, failures reported before any work starts included (no
+ * callback ever runs inside the exported call that caused it), and the
+ * listener calls of the meeting, RTC statistics, message channel, waiting
+ * room and global channels. What each callback and listener receives is
+ * unchanged; only the thread and the moment differ.
+ *
+ * Integration: watch the descriptor of Morvanta_GetDispatchFd for reading
+ * in the host's main loop (poll(), a GSource, a QSocketNotifier, asyncio's
+ * loop.add_reader) and call Morvanta_Dispatch(0) when it is readable. It is
+ * level-triggered: readable while at least one call waits, not readable once
+ * Morvanta_Dispatch has run everything. morvanta_glib.h attaches it to a
+ * GLib main loop in one call.
+ *
+ * Guarantees in host dispatch:
+ *   - Every outcome the library produces is dispatched exactly once, in the
+ *     order produced. Listener arguments stay valid during the dispatched
+ *     call; payloads belong to the callee, as in worker dispatch.
+ *   - Once a Remove*Listener call returns, no call to that record runs, also
+ *     of those already queued (they are released). If another thread is
+ *     running a call to that record at the time, the removal waits for it.
+ *   - Once Morvanta_Uninitialize returns, no listener call runs; operation
+ *     callbacks still queued stay queued and run at the next
+ *     Morvanta_Dispatch (among them, in the concurrent bridge mode, the
+ *     "Bridge shutting down" answers of calls pending at Uninitialize).
+ *   - At process exit, calls never dispatched are released without running;
+ *     the exit limits of "Ending the process" hold.
+ *   - The library's own waits (the synchronous queries, listener
+ *     registration) do not depend on the host dispatching, and a host that
+ *     dispatches late never slows the worker or the event channels: calls
+ *     wait in the queue, whose memory grows for as long as the host does not
+ *     dispatch.
+ *   - Both bridge modes work in both dispatch modes.
+ * ====================================================================== */
+
+#define MORVANTA_DISPATCH_WORKER 0 /* default: callbacks on the worker */
+#define MORVANTA_DISPATCH_HOST 1   /* callbacks wait until the host runs them */
+
+/* Chooses where host code runs from the next Morvanta_Initialize on; the
+ * choice holds for every later session of the process until changed, and
+ * a session's calls (those left queued after it ended too) follow the mode
+ * it started with.
+ *   mode  in: MORVANTA_DISPATCH_WORKER or MORVANTA_DISPATCH_HOST.
+ * Returns 0; -1 an unknown mode (nothing changes); -3 the library is
+ * initialized (refused: call it before Morvanta_Initialize or after
+ * Morvanta_Uninitialize); -999 internal fault.
+ * Thread: a lifecycle function; not from a callback. */
+MORVANTA_API int32_t Morvanta_SetDispatchMode(int32_t mode);
+
+/* The mode chosen for the next Morvanta_Initialize (while initialized, the
+ * mode in force): MORVANTA_DISPATCH_WORKER or MORVANTA_DISPATCH_HOST. Any
+ * thread. */
+MORVANTA_API int32_t Morvanta_GetDispatchMode(void);
+
+/* The descriptor to watch for reading. Once host dispatch is chosen (also
+ * before Morvanta_Initialize) or in force, a descriptor that is the same for
+ * the rest of the process, across re-initialization, so a watch registered
+ * once keeps working; -1 in worker dispatch.
+ * Ownership: the library's. Never read, write or close it.
+ * Thread: any. */
+MORVANTA_API int32_t Morvanta_GetDispatchFd(void);
+
+/* Runs waiting calls on the calling thread, in the order the library
+ * produced them, one at a time.
+ *   max_items  in: at most this many; 0 or less: all those waiting when it
+ *              was called (calls that arrive meanwhile wait for the next
+ *              dispatch, so a flood cannot trap the host's loop).
+ * Returns how many calls ran (0 when none waited); -1 in worker dispatch
+ * (unless calls of an earlier host-dispatch session still wait: they run),
+ * or when called from inside a dispatched call (nothing runs).
+ * Thread: any; two threads may call it, but calls never run at the same
+ * time (the second waits for the first to finish its batch). */
+MORVANTA_API int32_t Morvanta_Dispatch(int32_t max_items);
 
 /* ======================================================================
  * Global events

@@ -203,33 +203,51 @@ TEST_F(BridgeTest, PromiseOutcomes) {
 }
 
 TEST_F(BridgeTest, RejectionsOfEveryShapeAreFailuresWithTheWholeJson) {
+  // The reason's message, or else its text form, is stored as it is: JSON
+  // writes a message that is not a string as the value it is.
+  const std::string fixed = "{\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}";
   struct Row {
     const char* code;
-    const char* message;
+    std::string json;
   };
   const Row rows[] = {
-      {"Promise.reject(new Error('nope'))", "Promise rejected: {\"success\":false,\"error\":\"nope\"}"},
-      {"Promise.reject('plain text')", "Promise rejected: {\"success\":false,\"error\":\"plain text\"}"},
-      {"Promise.reject({code: 5})", "Promise rejected: {\"success\":false,\"error\":\"[object Object]\"}"},
-      {"Promise.reject(null)", "Promise rejected: {\"success\":false,\"error\":\"null\"}"},
-      // The success marker inside an error text is escaped, so it stays a rejection.
-      {"Promise.reject(new Error('\"success\":true'))",
-       "Promise rejected: {\"success\":false,\"error\":\"\\\"success\\\":true\"}"},
+      {"Promise.reject(new Error('nope'))", "{\"success\":false,\"error\":\"nope\"}"},
+      {"Promise.reject(new TypeError(''))", "{\"success\":false,\"error\":\"TypeError\"}"},
+      {"Promise.reject('plain text')", "{\"success\":false,\"error\":\"plain text\"}"},
+      {"Promise.reject(42)", "{\"success\":false,\"error\":\"42\"}"},
+      {"Promise.reject(10n)", "{\"success\":false,\"error\":\"10\"}"},
+      {"Promise.reject({code: 5})", "{\"success\":false,\"error\":\"[object Object]\"}"},
+      {"Promise.reject({message: 42})", "{\"success\":false,\"error\":42}"},
+      {"Promise.reject({message: {code: 5}})", "{\"success\":false,\"error\":{\"code\":5}}"},
+      {"Promise.reject({message: [1, 'two']})", "{\"success\":false,\"error\":[1,\"two\"]}"},
+      {"Promise.reject({message: true})", "{\"success\":false,\"error\":true}"},
+      {"Promise.reject({message: '', toString() { return 'told'; }})", "{\"success\":false,\"error\":\"told\"}"},
+      {"Promise.reject({message: 0, toString() { return 7; }})", "{\"success\":false,\"error\":7}"},
+      // An object message is written as JSON, so its own toString is not asked.
+      {"Promise.reject({message: {toString() { throw 1; }}})", "{\"success\":false,\"error\":{}}"},
+      // What JSON leaves out is left out.
+      {"Promise.reject({message: Symbol('s')})", "{\"success\":false}"},
+      // The success marker inside a message stays a rejection, quoted or not.
+      {"Promise.reject(new Error('\"success\":true'))", "{\"success\":false,\"error\":\"\\\"success\\\":true\"}"},
+      {"Promise.reject({message: {success: true, result: 1}})",
+       "{\"success\":false,\"error\":{\"success\":true,\"result\":1}}"},
 
       // Reasons that cannot be described are answered at once with a fixed text.
-      {"Promise.reject({get message() { throw new Error('no'); }})",
-       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
-      {"Promise.reject(Object.create(null))",
-       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
-      {"Promise.reject({message: {toString() { throw 1; }}})",
-       "Promise rejected: {\"success\":false,\"error\":\"Rejected with a reason that cannot be shown as text\"}"},
-      {"Promise.reject({message: 42})", "Promise rejected: {\"success\":false,\"error\":\"42\"}"},
+      {"Promise.reject(null)", fixed},
+      {"Promise.reject(undefined)", fixed},
+      {"Promise.reject({get message() { throw new Error('no'); }})", fixed},
+      {"Promise.reject(Object.create(null))", fixed},
+      {"Promise.reject({message: '', toString() { throw 1; }})", fixed},
+      {"Promise.reject({message: 10n})", fixed},
+      {"(() => { const m = {}; m.self = m; return Promise.reject({message: m}); })()", fixed},
+      {"Promise.reject({message: {toJSON() { throw 1; }}})", fixed},
   };
   for (const Row& row : rows) {
-    JSResult<JSValue> r = RunScript(bridge, row.code);
+    JSResult<JSValue> r = RunScript(bridge, row.code, std::chrono::seconds(5));
     ASSERT_FALSE(r.success) << row.code;
-    EXPECT_EQ(ErrorText(r), row.message) << row.code;
-    EXPECT_EQ(r.error->code, 0);
+    EXPECT_EQ(ErrorText(r), "Promise rejected: " + row.json) << row.code;
+    ASSERT_TRUE(r.error) << row.code;
+    EXPECT_EQ(r.error->code, 0) << row.code;
   }
 }
 

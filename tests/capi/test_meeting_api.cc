@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "capi/callback_slot.h"
 #include "capi/channel_events_harness.h"
 
 using namespace morvanta_test;
@@ -94,6 +95,7 @@ using MeetingApi = ChannelApi;
 }  // namespace
 
 TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
+  SandboxEval("morVantaSandbox.clearCalls()");
   Counter c;
   MorvantaMeetingCreateOptions create{};
   create.subject = "";
@@ -117,8 +119,11 @@ TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
   EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(nullptr, &l), -1);
   EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, nullptr), -1);
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), -1);  // never added
+  DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_EQ(c.calls, 0);
+  // None of them reached the SDK.
+  EXPECT_EQ(SandboxEval("JSON.stringify(morVantaSandbox.calls.map((c) => c.path))").stringValue, "[]");
 }
 
 TEST_F(MeetingApi, CreateSendsOnlyTheKeysThatAreSet) {

@@ -1,43 +1,30 @@
-// Runs a script on the library's own bridge (the C layer linked statically)
-// and waits for its value: how tests and benchmarks question or steer the
-// sandbox SDK behind the public interface.
+// Questions and steps for the sandbox SDK inside tests: a script run on the
+// library's own bridge (see sandbox_run.h) whose failure fails the test, so
+// that a check of its value can never pass on a script that did not run.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
-#include <condition_variable>
-#include <memory>
-#include <mutex>
 #include <string>
 
-#include "bridge/js_bridge_adapter.h"
-#include "capi/sdk_state.h"
+#include "support/sandbox_run.h"
 
 namespace morvanta_test {
 
 // The value of `script`; a script that yields a Promise has its resolved
-// value converted (objects as objects). An empty value when the library is
-// not running or nothing came back within `limit`.
+// value converted (objects as objects). A script that throws or rejects, no
+// answer within `limit`, or a library that is not running adds a failure to
+// the current test and gives an empty value.
 inline morvanta::JSValue SandboxEval(const std::string& script,
                                      std::chrono::seconds limit = std::chrono::seconds(20)) {
-  struct Shared {
-    std::mutex m;
-    std::condition_variable cv;
-    bool done = false;
-    morvanta::JSResult r;
-  };
-  auto s = std::make_shared<Shared>();
-  auto bridge = morvanta::capi::g_bridge;
-  if (!bridge) return {};
-  bridge->ExecuteJS("Promise.resolve((function () { return " + script + "; })())",
-                    [s](const morvanta::JSResult& r) {
-                      std::lock_guard<std::mutex> lock(s->m);
-                      s->r = r;
-                      s->done = true;
-                      s->cv.notify_all();
-                    });
-  std::unique_lock<std::mutex> lock(s->m);
-  s->cv.wait_for(lock, limit, [&] { return s->done; });
-  return s->r.value;
+  SandboxOutcome outcome = SandboxRun(script, limit);
+  if (!outcome.failure.empty()) {
+    constexpr size_t kShown = 400;
+    ADD_FAILURE() << "sandbox script failed: " << outcome.failure << "\n  script: " << script.substr(0, kShown)
+                  << (script.size() > kShown ? "..." : "");
+  }
+  return outcome.value;
 }
 
 }  // namespace morvanta_test

@@ -1,0 +1,427 @@
+// Host dispatch of listener calls: the meeting channel's calls wait for the
+// host's dispatch and run on its thread; a removed record's queued calls are
+// dropped, and only its own; a listener may add and remove listeners of its
+// own channel, and Morvanta_Uninitialize drops what listeners had queued but
+// keeps the operation callbacks.
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "capi/callback_slot.h"
+#include "capi/channel_events_harness.h"
+#include "support/dispatch_harness.h"
+
+using namespace morvanta_test;
+
+namespace {
+
+// Fires meeting events through the JavaScript listener the library installed.
+void Fire(const std::string& statements) { FireOn("__morvantaMeetingListenerRef", statements); }
+
+bool MeetingRegistered() { return WaitRegistered("__morvantaMeetingListenerRegistered"); }
+
+// A meeting listener that tells the witness every call, with its record's
+// name first.
+struct Named {
+  std::string name;
+  Witness* witness;
+};
+
+MorvantaMeetingListener ListenerFor(Named* n) {
+  MorvantaMeetingListener l{};
+  l.onMemberJoinMeeting = [](const MorvantaMember* m, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    n->witness->Saw(n->name + " join:" + m->uuid + "/" + m->name);
+  };
+  l.onMemberAudioMuteChanged = [](const char* uuid, bool mute, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    n->witness->Saw(n->name + " audio:" + uuid + (mute ? ":1" : ":0"));
+  };
+  l.onRoomEnded = [](const char* reason, const char* extra, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    n->witness->Saw(n->name + " ended:" + reason + "/" + extra);
+  };
+  l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t count, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    std::string s = n->name + " chatroom:";
+    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].uuid) + ",";
+    n->witness->Saw(s);
+  };
+  l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    n->witness->Saw(n->name + " share:" + m->uuid + (sharing ? ":1:" : ":0:") + (by ? by->uuid : "none"));
+  };
+  l.onReceiveChatroomMessages = [](const MorvantaChatMessage* ms, uint32_t count, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    std::string s = n->name + " chat:";
+    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].text ? ms[i].text : "(null)") + ",";
+    n->witness->Saw(s);
+  };
+  l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char* ext,
+                                     const MorvantaMember* by, void* ud) {
+    auto* n = static_cast<Named*>(ud);
+    n->witness->Saw(n->name + " ban:" + m->uuid + (banned ? ":1:" : ":0:") + std::to_string(duration) + ":" + ext +
+                    ":" + (by ? by->uuid : "none"));
+  };
+  l.user_data = n;
+  return l;
+}
+
+class HostDispatchChannels : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_HOST), 0);
+    MorvantaInitConfig c = SandboxConfig();
+    ASSERT_EQ(Morvanta_Initialize(&c, &sdk), 0);
+    meeting = Morvanta_GetMeetingManager(sdk);
+    ASSERT_NE(meeting, nullptr);
+    fd = Morvanta_GetDispatchFd();
+    ASSERT_GE(fd, 0);
+  }
+  void TearDown() override {
+    Morvanta_DestroyMeetingManagerHandle(meeting);
+    if (Morvanta_IsInitialized()) EXPECT_EQ(Morvanta_Uninitialize(), 0);
+    Morvanta_Dispatch(0);
+    Morvanta_SetDispatchMode(MORVANTA_DISPATCH_WORKER);
+  }
+  // Waits until the descriptor is readable and then a little longer, so
+  // that a batch of events fired together has been queued whole.
+  void WaitQueued() {
+    pollfd p{fd, POLLIN, 0};
+    ASSERT_EQ(::poll(&p, 1, 10000), 1);
+    DrainWorker();
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  // Adds `l`, then fires `statements` and waits until they are queued.
+  void ListenAndFire(const MorvantaMeetingListener& l, const std::string& statements) {
+    ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+    ASSERT_TRUE(MeetingRegistered());
+    Fire(statements);
+    WaitQueued();
+  }
+  MorvantaSDK_T* sdk = nullptr;
+  MorvantaMeetingManager_T* meeting = nullptr;
+  int fd = -1;
+};
+
+const char kEveryKind[] =
+    "L.onMemberJoinRoom([{uuid: 'u1', name: 'Ann'}, {uuid: 'u2', name: 'Bo'}]);"
+    "L.onMemberAudioMuteChanged({uuid: 'u1'}, true, null);"
+    "L.onMemberJoinChatroom([{uuid: 'u1'}, {uuid: 'u2'}]);"
+    "L.onMemberScreenShareStateChanged({uuid: 'u2'}, true, {uuid: 'u1'});"
+    "L.onReceiveChatroomMessages([{messageUuid: 'm1', text: 'hi'}, {messageUuid: 'm2', text: 'yo'}]);"
+    "L.onMemberChatBanStateChanged({uuid: 'u2'}, true, 60, 'spam', {uuid: 'u1'});"
+    "L.onRoomEnded('CLOSE_BY_MEMBER', '');";
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, MeetingListenerCallsWaitForTheDispatchAndCarryTheirValues) {
+  Witness w;
+  Named a{"a", &w};
+  MorvantaMeetingListener l = ListenerFor(&a);
+  ListenAndFire(l, kEveryKind);
+  EXPECT_EQ(w.Count(), 0u);
+  ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 8; }));
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>{
+                           "a join:u1/Ann",
+                           "a join:u2/Bo",
+                           "a audio:u1:1",
+                           "a chatroom:u1,u2,",
+                           "a share:u2:1:u1",
+                           "a chat:hi,yo,",
+                           "a ban:u2:1:60:spam:u1",
+                           "a ended:CLOSE_BY_MEMBER/",
+                       }));
+  EXPECT_EQ(w.off_thread, 0);
+  EXPECT_EQ(w.outside_dispatch, 0);
+  EXPECT_FALSE(Readable(fd));
+}
+
+TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
+  Witness w;
+  Named a{"a", &w}, b{"b", &w};
+  MorvantaMeetingListener la = ListenerFor(&a), lb = ListenerFor(&b);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &la), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &lb), 0);
+  ASSERT_TRUE(MeetingRegistered());
+  Fire("for (var i = 0; i < 5; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
+  WaitQueued();
+  ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &la), 0);
+  EXPECT_TRUE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 5);
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>{"b audio:u0:1", "b audio:u1:1", "b audio:u2:1", "b audio:u3:1",
+                                                 "b audio:u4:1"}));
+  // Removing the last record drops the rest: nothing waits any more.
+  Fire("L.onMemberAudioMuteChanged({uuid: 'late'}, false, null);");
+  WaitQueued();
+  ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &lb), 0);
+  EXPECT_FALSE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 0);
+  EXPECT_EQ(w.Count(), 5u);
+}
+
+namespace {
+
+// Removes itself at its first call and adds `next` instead.
+struct Handover {
+  MorvantaMeetingManager_T* meeting = nullptr;
+  MorvantaMeetingListener self{};
+  MorvantaMeetingListener next{};
+  Witness* witness = nullptr;
+  int removed = 99, added = 99;
+};
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, AListenerMayRemoveItselfAndAddAnotherOfItsOwnChannel) {
+  Witness w;
+  Handover h;
+  h.meeting = meeting;
+  h.witness = &w;
+  h.self.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
+    auto* h = static_cast<Handover*>(ud);
+    h->witness->Saw(std::string("self:") + uuid);
+    h->removed = Morvanta_Meeting_RemoveMeetingListener(h->meeting, &h->self);
+    h->added = Morvanta_Meeting_AddMeetingListener(h->meeting, &h->next);
+  };
+  h.self.user_data = &h;
+  h.next.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
+    static_cast<Handover*>(ud)->witness->Saw(std::string("next:") + uuid);
+  };
+  h.next.user_data = &h;
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &h.self), 0);
+  ASSERT_TRUE(MeetingRegistered());
+  Fire("L.onMemberAudioMuteChanged({uuid: 'one'}, true, null); L.onMemberAudioMuteChanged({uuid: 'two'}, true, null);");
+  WaitQueued();
+  // The first call removes its record: the second call queued for it is
+  // dropped; the new record hears only later events.
+  EXPECT_EQ(DispatchNow(), 1);
+  EXPECT_EQ(h.removed, 0);
+  EXPECT_EQ(h.added, 0);
+  EXPECT_FALSE(Readable(fd));
+  ASSERT_TRUE(MeetingRegistered());
+  Fire("L.onMemberAudioMuteChanged({uuid: 'three'}, true, null);");
+  ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 2; }));
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>{"self:one", "next:three"}));
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &h.next), 0);
+}
+
+TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperationCallbacks) {
+  Witness w;
+  Named a{"a", &w};
+  MorvantaMeetingListener l = ListenerFor(&a);
+  ListenAndFire(l, "for (var i = 0; i < 20; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+  ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char*, uint32_t value, void* ud) {
+    static_cast<Witness*>(ud)->Saw("volume:" + std::to_string(code) + ":" + std::to_string(value));
+  }, &w), 0);
+  DrainWorker();
+  std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  EXPECT_TRUE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 1);
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>{"volume:0:80"}));
+  EXPECT_FALSE(Readable(fd));
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
+
+namespace {
+
+void SeeRtc(const MorvantaRtcStats* s, void* ud) { static_cast<Witness*>(ud)->Saw("rtc:" + std::to_string(s->tx_bytes)); }
+void SeeRemoteAudio(const MorvantaRemoteAudioStats* s, uint32_t count, void* ud) {
+  std::string text = "remote:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].user_uuid) + "=" + std::to_string(s[i].volume) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeCustom(const MorvantaCustomMessage* m, void* ud) {
+  static_cast<Witness*>(ud)->Saw(std::string("custom:") + m->sender_uuid + ":" + m->data);
+}
+void SeeRecent(const MorvantaSessionRecentInfo* s, uint32_t count, void* ud) {
+  std::string text = "recent:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].session_id) + "=" + std::to_string(s[i].unread_count) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeWaiting(const MorvantaWaitingRoomMember* m, int32_t reason, void* ud) {
+  static_cast<Witness*>(ud)->Saw(std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
+}
+void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) {
+  std::string text = "managers:";
+  for (uint32_t i = 0; i < count; ++i) text += std::string(ms[i].uuid) + ",";
+  static_cast<Witness*>(ud)->Saw(text);
+}
+void SeeEngine(const char* room, void* ud) { static_cast<Witness*>(ud)->Saw(std::string("engine:") + room); }
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForTheDispatchToo) {
+  Witness w;
+  MorvantaRtcStatsListener rtc{};
+  rtc.onRtcStats = SeeRtc;
+  rtc.onRemoteAudioStats = SeeRemoteAudio;
+  rtc.user_data = &w;
+  MorvantaMessageChannelListener messages{};
+  messages.onCustomMessageReceived = SeeCustom;
+  messages.onSessionMessageRecentChanged = SeeRecent;
+  messages.user_data = &w;
+  MorvantaWaitingRoomListener waiting{};
+  waiting.onMemberJoin = SeeWaiting;
+  waiting.onManagersUpdated = SeeManagers;
+  waiting.user_data = &w;
+  MorvantaGlobalEventListener global{};
+  global.before_rtc_engine_initialize = SeeEngine;
+  global.user_data = &w;
+  MorvantaWaitingRoomManager_T* room = Morvanta_GetWaitingRoomManager(sdk);
+  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &rtc), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &messages), 0);
+  ASSERT_EQ(Morvanta_WaitingRoom_AddListener(room, &waiting), 0);
+  ASSERT_EQ(Morvanta_AddGlobalEventListener(&global), 0);
+  for (const char* flag : {"__morvantaRtcStatsListenerRegistered", "__morvantaMessageChannelListenerRegistered",
+                           "__morvantaWaitingRoomListenerRegistered", "__morvantaGlobalEventListenerRegistered"})
+    ASSERT_TRUE(WaitRegistered(flag)) << flag;
+
+  FireOn("__morvantaRtcStatsListenerRef",
+         "L.onRtcStats({txBytes: 42}); L.onRemoteAudioStats([{userUuid: 'r1', volume: 3}, {userUuid: 'r2', volume: 4}]);");
+  FireOn("__morvantaMessageChannelListenerRef",
+         "L.onCustomMessageReceived({roomUuid: 'room', senderUuid: 's1', data: 'ping', timestamp: 1});"
+         "L.onSessionMessageRecentChanged([{sessionId: 'a', sessionType: 0, unreadCount: 2}]);");
+  FireOn("__morvantaWaitingRoomListenerRef",
+         "L.onMemberJoin({uuid: 'w1', name: 'Wes', joinTime: 5, status: 1}, 0);"
+         "L.onManagersUpdated([{uuid: 'h1'}, {uuid: 'h2'}]);");
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['room-9']})");
+  WaitQueued();
+  EXPECT_EQ(w.Count(), 0u);
+  ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 7; }));
+  std::vector<std::string> calls = w.Calls();
+  std::sort(calls.begin(), calls.end());  // the channels drain on threads of their own
+  EXPECT_EQ(calls, (std::vector<std::string>{"custom:s1:ping", "engine:room-9", "managers:h1,h2,", "recent:a=2,",
+                                             "remote:r1=3,r2=4,", "rtc:42", "waiting:w1/Wes/0"}));
+  EXPECT_EQ(w.off_thread, 0);
+  EXPECT_EQ(w.outside_dispatch, 0);
+
+  // Removal drops queued calls on these channels as well.
+  FireOn("__morvantaRtcStatsListenerRef", "L.onRtcStats({txBytes: 1});");
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['room-10']})");
+  WaitQueued();
+  EXPECT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0);
+  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&global), 0);
+  EXPECT_FALSE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 0);
+  EXPECT_EQ(w.Count(), 7u);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0);
+  EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0);
+  Morvanta_DestroyWaitingRoomManagerHandle(room);
+}
+
+namespace {
+
+// Numbered events of one channel: each number must come once, in order.
+struct Sequence {
+  std::mutex mutex;
+  long next = 0;
+  long wrong = 0;
+  void See(long n) {
+    std::lock_guard<std::mutex> lock(mutex);
+    if (n != next) ++wrong;
+    next = n + 1;
+  }
+};
+struct Flood {
+  Sequence meeting, messages;
+  std::atomic<int> answers{0};
+  std::atomic<int> answer_failures{0};
+  std::thread::id host = std::this_thread::get_id();
+  std::atomic<int> off_thread{0};
+  void Check() {
+    if (std::this_thread::get_id() != host) ++off_thread;
+  }
+};
+
+}  // namespace
+
+TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriveOnceInOrder) {
+  constexpr int kPerChannel = 5000;
+  constexpr int kBatch = 250;
+  constexpr int kCalls = 200;
+  Flood f;
+  MorvantaMeetingListener ml{};
+  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
+    auto* fl = static_cast<Flood*>(ud);
+    fl->Check();
+    fl->meeting.See(std::atol(uuid));
+  };
+  ml.user_data = &f;
+  MorvantaMessageChannelListener cl{};
+  cl.onCustomMessageReceived = [](const MorvantaCustomMessage* m, void* ud) {
+    auto* fl = static_cast<Flood*>(ud);
+    fl->Check();
+    fl->messages.See(std::atol(m->data));
+  };
+  cl.user_data = &f;
+  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &ml), 0);
+  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &cl), 0);
+  ASSERT_TRUE(MeetingRegistered());
+  ASSERT_TRUE(WaitRegistered("__morvantaMessageChannelListenerRegistered"));
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+
+  // Another thread makes the service busy; this one is the host's loop.
+  std::thread service([&] {
+    for (int start = 0; start < kPerChannel; start += kBatch) {
+      const std::string range = "for (var i = " + std::to_string(start) + "; i < " + std::to_string(start + kBatch) +
+                                "; i++) ";
+      FireOn("__morvantaMeetingListenerRef", range + "L.onMemberAudioMuteChanged({uuid: String(i)}, true, null);");
+      FireOn("__morvantaMessageChannelListenerRef",
+             range + "L.onCustomMessageReceived({roomUuid: 'r', senderUuid: 's', data: String(i), timestamp: i});");
+    }
+  });
+  for (int i = 0; i < kCalls; ++i)
+    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char*, uint32_t value, void* ud) {
+      auto* fl = static_cast<Flood*>(ud);
+      fl->Check();
+      if (code != 0 || value != 80) ++fl->answer_failures;
+      ++fl->answers;
+    }, &f), 0);
+  auto done = [&] {
+    std::lock_guard<std::mutex> a(f.meeting.mutex);
+    std::lock_guard<std::mutex> b(f.messages.mutex);
+    return f.meeting.next >= kPerChannel && f.messages.next >= kPerChannel && f.answers >= kCalls;
+  };
+  const bool all = DispatchUntil(done, std::chrono::seconds(90));
+  service.join();
+  ASSERT_TRUE(all) << f.meeting.next << " / " << f.messages.next << " / " << f.answers;
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  EXPECT_EQ(DispatchNow(), 0);  // nothing twice, nothing left over
+  EXPECT_EQ(f.meeting.next, kPerChannel);
+  EXPECT_EQ(f.meeting.wrong, 0);
+  EXPECT_EQ(f.messages.next, kPerChannel);
+  EXPECT_EQ(f.messages.wrong, 0);
+  EXPECT_EQ(f.answers.load(), kCalls);
+  EXPECT_EQ(f.answer_failures.load(), 0);
+  EXPECT_EQ(f.off_thread.load(), 0);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0);
+  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0);
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
+
+TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnsweredThroughTheQueue) {
+  SandboxEval("(morVantaSandbox.override('audio.getSpeakerVolume', {fail: 'hang'}), true)");
+  Witness w;
+  MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
+  for (int i = 0; i < 3; ++i)
+    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char* message, uint32_t, void* ud) {
+      static_cast<Witness*>(ud)->Saw(std::to_string(code) + ":" + message);
+    }, &w), 0);
+  DrainWorker();
+  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  // Answered before Morvanta_Uninitialize returned, but run only now.
+  EXPECT_EQ(w.Count(), 0u);
+  EXPECT_TRUE(Readable(fd));
+  EXPECT_EQ(DispatchNow(), 3);
+  EXPECT_EQ(w.Calls(), (std::vector<std::string>(3, "-1:Bridge shutting down")));
+  EXPECT_EQ(w.off_thread, 0);
+  Morvanta_DestroyAudioManagerHandle(audio);
+}
