@@ -2,6 +2,7 @@
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
+#        make soak (30 minutes per bridge mode; SOAK_MINUTES shortens it),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured),
 #        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
 #        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang).
@@ -13,7 +14,7 @@ JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench fuzz install package clean
+.PHONY: setup configure build demo test asan-test bench soak fuzz install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -52,6 +53,11 @@ $(FUZZ_BUILD)/build.ninja: | setup
 fuzz: setup $(FUZZ_BUILD)/build.ninja
 	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_answers fuzz_events fuzz_call_args
 	@bash scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
+# Not part of make test or make bench: it runs for an hour by default.
+soak: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target soak
+	cd $(BUILD)/bin && ./soak > $(CURDIR)/$(BUILD)/soak.log
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
