@@ -321,7 +321,7 @@ TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &b), 0);
   EXPECT_TRUE(MeetingRegistered(false));
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  EXPECT_EQ(SandboxEval("globalThis.__morvantaMeetingCallbacks.length").numberValue, 0);
+  EXPECT_EQ(SandboxNumber("globalThis.__morvantaMeetingCallbacks.length"), 0);
 }
 
 TEST_F(MeetingApi, AddAndRemoveWriteTheirLinesInOrderAndRefusalsNameTheirFault) {
@@ -369,7 +369,7 @@ TEST_F(MeetingApi, ARefusedRegistrationRollsTheNativeListenerBack) {
   MorvantaMeetingListener l = ListenerFor(&heard);
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaMeetingListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaMeetingListenerRegistered === true"));
   // The C record stays (removal still finds it); nothing is heard.
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), 0);
   EXPECT_EQ(heard.Size(), 0u);
