@@ -5,7 +5,7 @@
 #        make soak (30 minutes per bridge mode; SOAK_MINUTES shortens it),
 #        make install (PREFIX=/usr/local by default; DESTDIR honoured),
 #        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
-#        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang).
+#        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang),
 #        make demo-gui (the desktop meeting client; needs a display).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
