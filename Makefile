@@ -64,7 +64,7 @@ fuzz: setup $(FUZZ_BUILD)/build.ninja
 # Not part of make test or make bench: it runs for an hour by default.
 soak: setup $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS) --target soak
-	cd $(BUILD)/bin && ./soak > $(CURDIR)/$(BUILD)/soak.log
+	cd $(BUILD)/bin && { ./soak > ../soak.log; status=$$?; tail -n 40 ../soak.log; exit $$status; }
 
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
