@@ -54,7 +54,8 @@ else()
   install(TARGETS morvanta EXPORT MorvantaTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development)
 endif()
-# Every public header: morvanta.h, and the C++ layer over it where present.
+# Every public header: morvanta.h, the C++ layer over it and the header-only
+# helpers (GLib main-loop integration).
 file(GLOB MORVANTA_PUBLIC_HEADERS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/include/*.h ${CMAKE_SOURCE_DIR}/include/*.hpp)
 install(FILES ${MORVANTA_PUBLIC_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

@@ -46,6 +46,13 @@
  * exception leaving one ends the process (std::terminate), as it may not
  * cross into the library.
  *
+ * A completion runs when its C callback runs. Where the C interface calls
+ * nothing back, nothing completes: a call still queued when a session in the
+ * compatible bridge mode ends, a call never dispatched in host dispatch, a
+ * call in flight at process exit. Its callable is then never called (nor
+ * freed) and its future never becomes ready; end sessions with no call in
+ * flight, and dispatch what is queued.
+ *
  * Futures need exceptions. Built with -fno-exceptions (or with
  * MORVANTA_CPP_NO_FUTURES defined), only the callback form is declared.
  *

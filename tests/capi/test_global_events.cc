@@ -217,6 +217,29 @@ TEST_F(GlobalEvents, BadRecordsAreLoggedAndTheRestOfTheBatchIsDelivered) {
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
 }
 
+// Found by fuzz_events: the drained batch reaches the library as one JSON
+// text. In it a string's lone surrogate is an escape: a lone high one made
+// the whole batch unreadable (every record in it lost), a lone low one
+// reached the host as bytes that are not UTF-8. And one record nested deeper
+// than the JSON reader goes (513 levels) lost its batch too.
+TEST_F(GlobalEvents, RecordsHardToReadArriveAndKeepTheirBatch) {
+  Heard heard;
+  MorvantaGlobalEventListener l = ListenerFor(&heard);
+  ASSERT_TRUE(AddAndWait(l));
+  Push("{type: 'beforeRtcEngineInitialize', data: {roomUuid: 'first'}},"
+       "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'high \\uD800 alone'}},"
+       "{type: 'beforeRtcEngineRelease', data: {roomUuid: 'low \\uDC00 alone'}},"
+       "{type: 'beforeRtcEngineRelease', data: {roomUuid: 'pair \\uD83D\\uDE00'}},"
+       "(function () { var v = []; for (var i = 0; i < 600; i++) v = [v];"
+       " return {type: 'afterRtcEngineInitialize', data: {roomUuid: 'deep', extra: v}}; })(),"
+       "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'last'}}");
+  ASSERT_TRUE(heard.WaitFor(6));
+  EXPECT_EQ(heard.Copy(), (std::vector<std::string>{"before:first", "after:high \xEF\xBF\xBD alone",
+                                                    "release:low \xEF\xBF\xBD alone",
+                                                    "release:pair \xF0\x9F\x98\x80", "after:deep", "after:last"}));
+  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
+}
+
 TEST_F(GlobalEvents, ARefusedRegistrationRollsTheListenerBackSoTheNextOneIsServed) {
   SandboxEval("(globalThis.__savedAdd = morVantaMeeting.addGlobalEventListener,"
               " morVantaMeeting.addGlobalEventListener = undefined, true)");

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix, then builds hosts against the
-# installed tree only (C99 and C++17 with CMake's find_package, C99 with
-# pkg-config) and runs each against the installed sandbox SDK.
+# installed tree only (a C99 host and a C++17 host of morvanta.hpp with
+# CMake's find_package, the C99 host with pkg-config) and runs each against
+# the installed sandbox SDK.
 #   consumer_test.sh <build dir> <this folder>
 set -euo pipefail
 build="$1"
