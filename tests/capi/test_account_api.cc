@@ -1,6 +1,7 @@
 // The account family's requests as the sandbox service receives them: option
 // strings a host leaves NULL go out as empty strings (never missing, never
-// null), and the service's refusal of them comes back with its own code.
+// null), and the service's refusal of them comes back with its own code; a
+// rejection reaches the callback with its reason's message as the SDK gave it.
 #include <functional>
 #include <string>
 
@@ -71,5 +72,30 @@ TEST_F(AccountRequests, NullStringsInOptionsAreSentAsEmptyStrings) {
     EXPECT_EQ(slot.message, row.refusal) << row.path;
     EXPECT_TRUE(slot.payload_null) << row.path;
     EXPECT_EQ(SandboxArgs(row.path), row.sent) << row.path;
+  }
+}
+
+TEST_F(AccountRequests, ARejectionReachesTheCallbackWithItsReasonAsItIs) {
+  const std::string fixed = R"({"success":false,"error":"Rejected with a reason that cannot be shown as text"})";
+  struct Row {
+    const char* reason;  // what the SDK's logout rejects with
+    std::string json;
+  };
+  const Row rows[] = {
+      {"new Error('gone')", R"({"success":false,"error":"gone"})"},
+      {"{message: 42}", R"({"success":false,"error":42})"},
+      {"{code: 7, message: {code: 5}}", R"({"success":false,"error":{"code":5}})"},
+      {"{message: {success: true}}", R"({"success":false,"error":{"success":true}})"},
+      {"null", fixed},
+      {"{message: 10n}", fixed},
+  };
+  for (const Row& row : rows) {
+    SandboxEval(std::string("(morVantaMeeting.getAccountManager().logout = function () { return Promise.reject(") +
+                row.reason + "); }, true)");
+    AccountSlot slot;
+    ASSERT_EQ(Morvanta_Account_Logout(account, &AccountSlot::OnPlain, &slot), 0) << row.reason;
+    ExpectOneCallback(slot, row.reason);
+    EXPECT_EQ(slot.code, -1) << row.reason;
+    EXPECT_EQ(slot.message, "Promise rejected: " + row.json) << row.reason;
   }
 }
