@@ -47,9 +47,10 @@ std::unique_ptr<PromiseAwaiter> MakeTrackedAwaiter(JSBridgeImpl& bridge, Promise
 const char* PromiseHandlerScriptText();
 const char* PromiseExtractionScriptText();
 // Whether an outcome text that the handler script wrote records a success.
-// The handler writes the success flag first, so only the start of the text
-// counts: a rejection's message that holds the marker (quoted in a string,
-// or as an object of its own) cannot pass for a success.
+// The outcome's text is searched for the marker "success":true as it is,
+// without parsing it. A marker inside a string message is escaped by JSON and
+// does not match; a message that is an object holding success: true does, and
+// that rejection is then taken for a success with an undefined value.
 bool IsSuccessOutcome(const std::string& json);
 
 // The text of the failure that pending entries get when the bridge shuts down.

@@ -195,8 +195,8 @@ JSValue JSBridgeImpl::PromiseFromV8(v8::Local<v8::Promise> promise) {
 }
 
 bool IsSuccessOutcome(const std::string& json) {
-  static constexpr char kMarker[] = "{\"success\":true";
-  return json.compare(0, sizeof kMarker - 1, kMarker) == 0;
+  static constexpr char kMarker[] = "\"success\":true";
+  return json.find(kMarker) != std::string::npos;
 }
 
 const char* PromiseHandlerScriptText() { return kPromiseHandlerScript; }

@@ -95,7 +95,9 @@
  * undefined, a message getter that throws, no text form, a message JSON
  * cannot write: a BigInt, a cycle) is answered at once with -1 and
  * "Promise rejected: " plus {"success":false,"error":"Rejected with a reason
- * that cannot be shown as text"}.
+ * that cannot be shown as text"}. The outcome's text is read as it is: a
+ * message that is an object holding success: true makes the rejection pass
+ * for a success without a value.
  * Text. Every string the library hands to the host is valid UTF-8: what
  * UTF-8 cannot carry (a lone UTF-16 surrogate) arrives as U+FFFD. Bytes of a
  * host string that are not well-formed UTF-8 reach the SDK as U+FFFD, one
