@@ -2,14 +2,20 @@
 #   make demo   builds and runs the demo host against the bundled sandbox SDK
 #   make test   builds and passes the test suite
 # Extra: make asan-test (the suite under ASan+UBSan), make bench (benchmarks),
-#        make install (PREFIX=/usr/local by default; DESTDIR honoured).
+#        make soak (30 minutes per bridge mode; SOAK_MINUTES shortens it),
+#        make install (PREFIX=/usr/local by default; DESTDIR honoured),
+#        make package (a .tar.gz and a .deb of the installed tree in $(BUILD)/packages),
+#        make fuzz (libFuzzer targets, FUZZ_SECONDS each; clang),
+#        make demo-gui (the desktop meeting client; needs a display).
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 600
 JOBS       ?= $(shell nproc)
 CTEST_ARGS ?=
 PREFIX     ?= /usr/local
 
-.PHONY: setup configure build demo test asan-test bench install clean
+.PHONY: setup configure build demo demo-gui test asan-test bench soak fuzz install package clean
 
 setup:
 	@bash scripts/setup.sh
@@ -22,6 +28,12 @@ build: setup $(BUILD)/build.ninja
 
 demo: build
 	@bash scripts/run-demo.sh $(BUILD)
+
+# The desktop meeting client (Qt 6) on the sandbox, with a scenario that keeps
+# the meeting alive. Needs a display; to check it without one:
+#   QT_QPA_PLATFORM=offscreen DEMO_GUI_SECONDS=20 make demo-gui
+demo-gui: build
+	@bash scripts/run-demo-gui.sh $(BUILD)
 
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
@@ -39,8 +51,26 @@ asan-test: setup $(ASAN_BUILD)/build.ninja
 bench: build
 	@bash scripts/run-bench.sh $(BUILD)
 
+# The fuzz build compiles the library with clang, instrumented for coverage,
+# ASan and UBSan, and builds the fuzz targets alone (no tests, no benchmarks).
+$(FUZZ_BUILD)/build.ninja: | setup
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DMORVANTA_FUZZ=ON \
+	  -DMORVANTA_BUILD_TESTS=OFF -DMORVANTA_BUILD_BENCH=OFF >/dev/null
+
+fuzz: setup $(FUZZ_BUILD)/build.ninja
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzz_answers fuzz_events fuzz_call_args
+	@bash scripts/run-fuzz.sh $(FUZZ_BUILD) $(FUZZ_SECONDS)
+
+# Not part of make test or make bench: it runs for an hour by default.
+soak: setup $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target soak
+	cd $(BUILD)/bin && ./soak > $(CURDIR)/$(BUILD)/soak.log
+
 install: build
 	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
 
+package: build
+	cd $(BUILD) && cpack
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

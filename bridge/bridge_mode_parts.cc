@@ -1,6 +1,8 @@
 // The one place where the bridge mode turns into behaviour: which promise
-// awaiter and which idle the worker uses, and whether the environment
-// exposes the channel wake function to the listener scripts.
+// awaiter and which idle the worker uses, whether the environment exposes
+// the channel wake function to the listener scripts, and how start and stop
+// wait (LifecyclePacing).
+#include <chrono>
 #include <exception>
 
 #include "bridge/channel_wake.h"
@@ -17,6 +19,8 @@ namespace jsbridge {
 namespace {
 
 constexpr char kChannelWakeName[] = "__morvantaChannelWake";
+// How often a channel that its pushes wake drains all the same.
+constexpr std::chrono::milliseconds kFallbackChannelPoll{1000};
 
 void ChannelWakeCallback(const v8::FunctionCallbackInfo<v8::Value>& info) {
   if (info.Length() < 1 || !info[0]->IsString() || !info.Data()->IsExternal()) return;
@@ -58,6 +62,13 @@ void JSBridgeImpl::AdoptBridgeMode() {
   // worker, but one due at once: the next uv_run fires it before the loop
   // sleeps. A 1 ms timer would add a whole loop wake-up to every call.
   delivery_timer_ms_ = 0;
+  // Start and stop wait for what they wait for rather than for the clock;
+  // event channels are woken by their pushes, so their poll is a fallback.
+  pacing_.event_driven = true;
+  pacing_.channel_poll = kFallbackChannelPoll;
+  // The worker sleeps in libuv with no timer of its own while nothing is
+  // pending: a process exit has to wake it.
+  node_runtime_->SetExitWake([this] { WakeWorker(); });
   ChannelWakeHub* hub = channel_wakes_.get();
   safe_accessor_->ExecuteVoidOperation([this, hub](v8::Isolate* isolate) {
     v8::Local<v8::Context> context = context_.Get(isolate);

@@ -1,7 +1,5 @@
 #include "bridge/call_templates.h"
 
-#include <cmath>
-
 #include "bridge/script_writer.h"
 #include "bridge/v8_text.h"
 
@@ -82,11 +80,10 @@ bool CallTemplates::IsPlainPath(const std::string& path) {
 
 bool CallTemplates::HasPlainLiteral(const JSValue& value) {
   switch (value.type) {
-    case JSValueType::Number: return std::isfinite(value.number_value);
     case JSValueType::Buffer: return false;
     case JSValueType::Object:
       for (const auto& [key, member] : value.object_value)
-        if (key == "__proto__" || !HasPlainLiteral(member)) return false;
+        if (!HasPlainLiteral(member)) return false;
       return true;
     case JSValueType::Array:
       for (const JSValue& element : value.array_value)

@@ -10,13 +10,13 @@
 //
 // and run with the arguments handed over as values made exactly as the
 // script's literals would make them: a number is the value of its "%f" text
-// (six decimals), a string its well-formed UTF-8 (U+FFFD for each bad byte),
-// an object a plain object with its members in key order, an array a plain
-// array, a function null, an unknown type undefined. Calls whose text would
-// not be a plain literal call run from their text as before: a path that is
-// not a dotted chain of names and empty calls, a number that is not finite
-// (its text is not a number), a buffer (its text calls Buffer.from), or an
-// object with a "__proto__" key (the literal sets the prototype).
+// (six decimals; NaN and the infinities as they are), a string its
+// well-formed UTF-8 (U+FFFD for each bad byte), an object a plain object with
+// its members in key order ("__proto__" an own member, as its computed key
+// makes it), an array a plain array, a function null, an unknown type
+// undefined. Calls whose text would not be a plain literal call run from
+// their text as before: a path that is not a dotted chain of names and empty
+// calls, or a buffer (its text calls Buffer.from).
 //
 // Worker thread only, inside an open handle scope and the caller's TryCatch.
 // Templates are bound to the context they were compiled in; asked for

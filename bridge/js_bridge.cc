@@ -130,6 +130,10 @@ void JSBridge::FailPendingPromises() {
   if (impl_ && IsInitialized()) impl_->FailPendingPromises();
 }
 
+LifecyclePacing JSBridge::Pacing() const {
+  return impl_ && initialized_.load() ? impl_->Pacing() : LifecyclePacing();
+}
+
 void JSBridge::SetChannelWake(const std::string& key, std::function<void()> wake) {
   if (impl_) impl_->SetChannelWake(key, std::move(wake));
 }

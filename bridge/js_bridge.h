@@ -8,6 +8,7 @@
 #include <string>
 
 #include "bridge/js_value.h"
+#include "bridge/lifecycle_pacing.h"
 
 namespace morvanta {
 namespace jsbridge {
@@ -50,6 +51,10 @@ class JSBridge {
   // inside JavaScript, when a push makes the array non-empty: it must not
   // block. Any thread.
   void SetChannelWake(const std::string& key, std::function<void()> wake);
+
+  // How start and stop wait in this bridge's mode (the defaults before
+  // Initialize has succeeded).
+  LifecyclePacing Pacing() const;
 
   static constexpr size_t kMaxCodeBytes = 1000000;
 

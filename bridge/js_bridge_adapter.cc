@@ -246,6 +246,31 @@ void JSBridgeAdapter::SetChannelWake(const std::string& key, std::function<void(
   if (current) current->SetChannelWake(key, std::move(wake));
 }
 
+jb::LifecyclePacing JSBridgeAdapter::Pacing() const {
+  std::lock_guard<std::mutex> lock(stateMutex);
+  return initialized && bridge ? bridge->Pacing() : jb::LifecyclePacing();
+}
+
+bool JSBridgeAdapter::AwaitQueuedWork(std::chrono::milliseconds limit) {
+  // Scripts run in the order they were queued and their immediate answers
+  // leave in that order, so this script's answer comes after theirs.
+  struct Shared {
+    std::mutex mutex;
+    std::condition_variable cv;
+    bool done = false;
+    bool ran = false;
+  };
+  auto shared = std::make_shared<Shared>();
+  ExecuteJS("0", [shared](const JSResult& result) {
+    std::lock_guard<std::mutex> lock(shared->mutex);
+    shared->done = true;
+    shared->ran = result.success;
+    shared->cv.notify_all();
+  });
+  std::unique_lock<std::mutex> lock(shared->mutex);
+  return shared->cv.wait_for(lock, limit, [&] { return shared->done; }) && shared->ran;
+}
+
 std::string JSBridgeAdapter::GetDiagnosticReport() const {
   std::ostringstream report;
   report << "=== JSBridgeAdapter Initialization Report ===\n";

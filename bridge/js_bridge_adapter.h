@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -13,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bridge/lifecycle_pacing.h"
 #include "bridge/product_value.h"
 
 namespace morvanta {
@@ -56,6 +58,14 @@ class JSBridgeAdapter {
   // when there is no bridge.
   void SetChannelWake(const std::string& key, std::function<void()> wake);
   std::string GetDiagnosticReport() const;
+
+  // How start and stop wait in the bridge's mode (the defaults without a
+  // running bridge).
+  jsbridge::LifecyclePacing Pacing() const;
+  // Returns once every script queued before it has run and those whose
+  // value was not a pending promise have been answered, or after `limit`;
+  // false on the limit or without a running bridge.
+  bool AwaitQueuedWork(std::chrono::milliseconds limit);
 
   // Value mapping between the two tag numberings (binary <-> Buffer).
   static jsbridge::JSValue ToBridgeValue(const JSValue& value);

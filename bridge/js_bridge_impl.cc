@@ -6,6 +6,7 @@
 #include <chrono>
 #include <exception>
 
+#include "bridge/lifecycle_waits.h"
 #include "bridge/promise_awaiter.h"
 #include "bridge/promise_tracker.h"
 #include "bridge/type_converter.h"
@@ -38,6 +39,7 @@ JSBridgeImpl::~JSBridgeImpl() {
   // ran), it must not be torn down from a thread that is not its owner while
   // a worker may still use it, so only the handles that are safe to drop go.
   if (worker_thread_.joinable()) worker_thread_.detach();
+  if (node_runtime_) node_runtime_->SetExitWake(nullptr);
 }
 
 std::string JSBridgeImpl::GetLastError() const {
@@ -61,14 +63,17 @@ bool JSBridgeImpl::Initialize(const JSBridgeConfig& config) {
     std::lock_guard<std::mutex> lock(phase_mutex_);
     worker_phase_ = WorkerPhase::Running;
   }
+  {
+    std::lock_guard<std::mutex> lock(started_mutex_);
+    worker_started_ = false;
+  }
   running_ = true;
   worker_alive_ = true;
   sdk_exited_ = false;
   worker_thread_ = std::thread([self = shared_from_this()] { self->WorkerThread(); });
   worker_id_ = worker_thread_.get_id();
   log::Info("[JSBridge] Waiting for worker thread to initialize...");
-  // No handshake: the worker's ownership transfer is expected to be done by then.
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  AwaitWorkerStart();
   initialized_ = true;
   log::Info("[JSBridge] Initialized successfully");
   return true;
@@ -193,6 +198,7 @@ void JSBridgeImpl::WorkerThread() {
         log::Error("[JSBridge] Failed to transfer V8 isolate ownership to worker thread");
       }
     }
+    SignalWorkerStarted();
     if (debug()) {
       log::Debug("[JSBridge] Helper objects creation temporarily disabled for debugging");
       log::Debug("[JSBridge] Entering main event loop...");
@@ -255,6 +261,7 @@ void JSBridgeImpl::WorkerThread() {
 
 void JSBridgeImpl::FinishWorker() {
   worker_alive_ = false;
+  SignalWorkerStarted();  // a worker that failed early does not hold the start up
   bool cleanup_here = false;
   {
     std::lock_guard<std::mutex> lock(phase_mutex_);
@@ -369,10 +376,7 @@ void JSBridgeImpl::Shutdown() {
   try {
     log::Info("[JSBridge] Shutting down...");
     running_ = false;
-    {
-      std::lock_guard<std::mutex> lock(loop_mutex_);
-      if (event_loop_) uv_async_send(&async_handle_);
-    }
+    WakeWorker();
     bool worker_ended = true;
     try {
       if (worker_thread_.joinable() && std::this_thread::get_id() == worker_id_) {
@@ -384,19 +388,16 @@ void JSBridgeImpl::Shutdown() {
         worker_ended = false;
         log::Error("[JSBridge] Warning: Shutdown on the worker thread itself, leaving the worker to the process exit");
       } else if (worker_thread_.joinable()) {
-        auto joined = std::make_shared<std::atomic<bool>>(false);
+        auto joined = std::make_shared<JoinSignal>();
         std::thread helper([worker = std::move(worker_thread_), joined]() mutable {
           worker.join();
-          joined->store(true);
+          joined->Set();
         });
-        const auto start = Clock::now();
         // While the process exits the worker takes its environment down by
         // itself, and the exit must not wait 3 s more for it.
         const auto limit = NodeRuntime::IsProcessExiting() ? std::chrono::nanoseconds(300000000LL)
                                                            : std::chrono::nanoseconds(2999999999LL);
-        while (!joined->load() && Clock::now() - start <= limit)
-          std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        if (joined->load()) {
+        if (AwaitJoin(joined, limit)) {
           helper.join();
         } else {
           std::lock_guard<std::mutex> lock(phase_mutex_);
@@ -441,6 +442,7 @@ void JSBridgeImpl::Shutdown() {
 void JSBridgeImpl::CleanupNodeJS() {
   try {
     log::Info("[JSBridge] Cleaning up Node.js runtime...");
+    if (node_runtime_) node_runtime_->SetExitWake(nullptr);
     try {
       std::lock_guard<std::mutex> lock(loop_mutex_);
       if (event_loop_ && idle_) idle_->Close();

@@ -7,6 +7,8 @@
 #include <v8.h>
 
 #include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -18,6 +20,7 @@
 #include "bridge/call_templates.h"
 #include "bridge/fixed_scripts.h"
 #include "bridge/js_value.h"
+#include "bridge/lifecycle_pacing.h"
 #include "bridge/script_cache_trim.h"
 #include "bridge/task.h"
 #include "bridge/task_queue.h"
@@ -35,6 +38,7 @@ class WorkerIdle;
 class ChannelWakeHub;
 class BlockingAwaiter;
 struct DelayedCallback;
+struct JoinSignal;
 
 class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
  public:
@@ -79,6 +83,9 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   void FailPendingPromises();
   // Any thread: the wake function of an event channel (see channel_wake.h).
   void SetChannelWake(const std::string& key, std::function<void()> wake);
+  // How start and stop wait in this bridge's mode; fixed once Initialize
+  // has built the runtime.
+  const LifecyclePacing& Pacing() const { return pacing_; }
 
  private:
   friend struct DelayedCallback;
@@ -125,6 +132,14 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // pending entries answered (or dropped at process exit) when the worker ends.
   void AdoptBridgeMode();
   void AbandonPendingPromises();
+  // Start: the fixed pause, or until the worker reports that it owns the
+  // isolate. Stop: waits until `joined` is set (10 ms polls, or its signal),
+  // at most `limit`; true when it was set.
+  void AwaitWorkerStart();
+  void SignalWorkerStarted();
+  bool AwaitJoin(const std::shared_ptr<JoinSignal>& joined, std::chrono::nanoseconds limit);
+  // Wakes the worker's loop from any thread (a no-op once the loop is gone).
+  void WakeWorker();
 
   // Shutdown.
   void CleanupNodeJS();
@@ -175,6 +190,11 @@ class JSBridgeImpl : public std::enable_shared_from_this<JSBridgeImpl> {
   // The delivery timers' timeout, set by AdoptBridgeMode: 1 ms, or 0 ms
   // (the next turn of the loop) when the worker sleeps in libuv.
   uint64_t delivery_timer_ms_ = 1;
+  LifecyclePacing pacing_;
+  // The worker's start report, for an event-driven start.
+  std::mutex started_mutex_;
+  std::condition_variable started_cv_;
+  bool worker_started_ = false;
 };
 
 }  // namespace jsbridge

@@ -106,5 +106,10 @@ constexpr char kJsonTooDeepError[] = "The document is nested more than 513 level
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error);
 // The same, also giving the byte offset of the fault.
 bool TryParseJson(const std::string& json, JSValue& out, std::string* error, size_t* offset);
+// For text that carries many records at once (an event channel's batch): a
+// value nested too deep becomes the string kJsonTooDeepValue in place,
+// instead of failing the whole text.
+constexpr char kJsonTooDeepValue[] = "[nesting too deep]";
+bool TryParseJsonCuttingDeepValues(const std::string& json, JSValue& out, std::string* error, size_t* offset);
 
 }  // namespace morvanta

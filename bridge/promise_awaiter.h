@@ -70,8 +70,10 @@ class WorkerIdle {
 // uv_run without waiting, then a 1 ms nap when there was nothing to do.
 std::unique_ptr<WorkerIdle> MakeNapIdle();
 // Blocks in uv_run until a submission (uv_async_send), a timer or I/O wakes
-// it, with a 50 ms tick that bounds the time before the worker notices a
-// process exit or an entry's time-out.
+// it. While promises are pending a 50 ms tick bounds the time before the
+// worker notices an entry's time-out; while idle with standard output
+// batched, a 250 ms tick flushes it; a process exit wakes it through the
+// runtime's exit wake.
 std::unique_ptr<WorkerIdle> MakeLoopIdle(uv_loop_t* loop);
 
 }  // namespace jsbridge

@@ -10,6 +10,8 @@ namespace morvanta {
 namespace jsbridge {
 namespace {
 
+constexpr char kProtoKey[] = "__proto__";
+
 // Length of the well-formed UTF-8 sequence that starts at text[i] (1 to 4),
 // or 0 when the bytes there are not one: a stray continuation byte, an
 // overlong form, a surrogate, a value above U+10FFFF or a cut-off sequence.
@@ -86,6 +88,16 @@ void Append(std::string& out, const JSValue& value) {
     case JSValueType::Null: out += "null"; break;
     case JSValueType::Boolean: out += value.bool_value ? "true" : "false"; break;
     case JSValueType::Number: {
+      // "%f" would write inf or nan, which a script reads as global names;
+      // these expressions make the value itself and read nothing.
+      if (std::isnan(value.number_value)) {
+        out += "(0/0)";
+        break;
+      }
+      if (std::isinf(value.number_value)) {
+        out += value.number_value > 0 ? "(1/0)" : "(-1/0)";
+        break;
+      }
       char buf[400];
       int n = std::snprintf(buf, sizeof(buf), "%f", value.number_value);
       out.append(buf, n > 0 ? std::min<size_t>(static_cast<size_t>(n), sizeof(buf) - 1) : 0);
@@ -98,7 +110,11 @@ void Append(std::string& out, const JSValue& value) {
       for (const auto& [key, member] : value.object_value) {
         if (!first) out += ", ";
         first = false;
+        // A literal "__proto__" key would set the object's prototype; the
+        // computed form makes it an own member like every other key.
+        if (key == kProtoKey) out += '[';
         AppendQuoted(out, key);
+        if (key == kProtoKey) out += ']';
         out += ": ";
         Append(out, member);
       }
@@ -144,7 +160,9 @@ std::string WellFormedUtf8(const std::string& text) {
 }
 
 double LiteralNumberValue(double value) {
-  // Whole numbers below 2^53 print exactly, with six zero decimals.
+  // Whole numbers below 2^53 print exactly, with six zero decimals; NaN and
+  // the infinities are written as expressions that make them exactly.
+  if (!std::isfinite(value)) return value;
   if (value == std::trunc(value) && std::fabs(value) < 9007199254740992.0) return value;
   char buf[400];
   std::snprintf(buf, sizeof(buf), "%f", value);

@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "bridge/promise_awaiter.h"
+#include "runtime/stdout_batched.h"
 
 namespace morvanta {
 namespace jsbridge {
@@ -24,10 +25,21 @@ class LoopIdle final : public WorkerIdle {
       tick_ = nullptr;
       return;
     }
-    // The tick does nothing itself: returning from uv_run is what counts.
-    uv_timer_start(tick_, [](uv_timer_t*) {}, kTickMs, kTickMs);
   }
-  void RunLoop(uv_loop_t* loop, bool had_tasks, bool) override {
+  void RunLoop(uv_loop_t* loop, bool had_tasks, bool had_promises) override {
+    // The tick runs every 50 ms while promises are pending, whose time
+    // limits the worker checks between turns. An idle worker ticks only
+    // while standard output is batched, slowly, so that what other threads
+    // write there meanwhile is flushed; otherwise it has no timer of its own
+    // (a submission, a shutdown or a process exit wakes it).
+    const uint64_t period = had_promises ? kTickMs : log::StdoutBatched() ? kIdleFlushTickMs : 0;
+    if (tick_ && period != period_) {
+      if (period)
+        uv_timer_start(tick_, [](uv_timer_t*) {}, period, period);  // returning from uv_run is what counts
+      else
+        uv_timer_stop(tick_);
+      period_ = period;
+    }
     // Tasks still queued are taken at once; otherwise sleep until a
     // submission, a timer (the SDK's, a delivery's, the tick) or I/O.
     uv_run(loop, had_tasks ? UV_RUN_NOWAIT : UV_RUN_ONCE);
@@ -44,7 +56,9 @@ class LoopIdle final : public WorkerIdle {
 
  private:
   static constexpr uint64_t kTickMs = 50;
+  static constexpr uint64_t kIdleFlushTickMs = 250;
   uv_timer_t* tick_;
+  uint64_t period_ = 0;
 };
 
 }  // namespace

@@ -217,9 +217,15 @@ int32_t Uninitialize() {
     if (StopMessageChannelListeners()) log::Info(kTag, " Message channel listeners removed");
     if (StopWaitingRoomListeners()) log::Info(kTag, " Waiting room listeners removed");
     log::Info("[Gatherdeck C API] Waiting for event processing loops to stop...");
+    // The pause lets the scripts the listener removal queued run while the
+    // bridge still runs. An event-driven bridge says when they have run.
     const auto wait_start = Clock::now();
-    while (Clock::now() - wait_start < std::chrono::milliseconds(200))
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (g_bridge && g_bridge->Pacing().event_driven) {
+      g_bridge->AwaitQueuedWork(std::chrono::milliseconds(200));
+    } else {
+      while (Clock::now() - wait_start < std::chrono::milliseconds(200))
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
 
     log::Info("[Gatherdeck C API] 🔄 Step 1: Stopping event loop...");
     log::Info("[Gatherdeck C API] Event loop not running");

@@ -81,10 +81,12 @@ struct MvGatherdeck::Impl {
     // Shared with the callback, which may arrive after the wait gave up.
     struct Shared {
       std::mutex mutex;
+      std::condition_variable cv;
       int32_t code = -1;
       std::string message = "Not completed";
       std::atomic<bool> done{false};
     };
+    const bool eventDriven = adapter->Pacing().event_driven;
     auto shared = std::make_shared<Shared>();
     log::Info("[MvGatherdeck] 🔍 Calling ", path, " with Promise support");
     const auto start = std::chrono::steady_clock::now();
@@ -106,9 +108,16 @@ struct MvGatherdeck::Impl {
         }
       }
       shared->done.exchange(true);
+      std::lock_guard<std::mutex> lock(shared->mutex);
+      shared->cv.notify_all();
     });
+    const auto limit = std::chrono::nanoseconds(10000000000LL);
+    if (eventDriven) {
+      std::unique_lock<std::mutex> lock(shared->mutex);
+      shared->cv.wait_until(lock, start + limit, [&] { return shared->done.load(); });
+    }
     while (!shared->done.load()) {
-      if (std::chrono::steady_clock::now() - start > std::chrono::nanoseconds(10000000000LL)) break;
+      if (std::chrono::steady_clock::now() - start > limit) break;
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     if (!shared->done.load()) return MvResult<void>::Failure(-1, "JavaScript call timeout");
@@ -234,7 +243,9 @@ MvResult<void> MvGatherdeck::UnInitialize() {
       std::unique_lock<std::mutex> lock(shared->mutex);
       shared->cv.wait_for(lock, std::chrono::milliseconds(500), [&] { return shared->done; });
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    // The pause lets the script's microtask turn run. An event-driven bridge
+    // runs the microtasks before it answers a script, so the answer is enough.
+    if (!bridge->Pacing().event_driven) std::this_thread::sleep_for(std::chrono::milliseconds(100));
   }
   return result;
 }

@@ -153,7 +153,8 @@ typedef struct MorvantaInitConfig {
 MORVANTA_API int32_t Morvanta_Initialize(const MorvantaInitConfig* config, MorvantaSDK_T** out_handle);
 
 /* Uninitializes the SDK and stops the runtime. Destroy all manager handles
- * first. Blocks for at least 200 ms. Returns 0 (also when the SDK's own
+ * first. Blocks for at least 200 ms in the compatible bridge mode; in the
+ * concurrent mode only as long as the work takes (see Bridge modes). Returns 0 (also when the SDK's own
  * unInitialize fails), -2 when not initialized, -999 on an internal fault. */
 MORVANTA_API int32_t Morvanta_Uninitialize(void);
 
@@ -180,7 +181,7 @@ MORVANTA_API void Morvanta_DestroySDKHandle(MorvantaSDK_T* handle);
  * terminal (a file or pipe the host did not buffer itself), the library
  * buffers it in blocks: lines, and the host's own stdio output, reach the
  * descriptor within about a millisecond of the worker going idle (at most
- * one 50 ms tick in the concurrent bridge mode), always before the SDK's
+ * 250 ms in the concurrent bridge mode), always before the SDK's
  * JavaScript runs and before any error line, and all at the end of
  * Morvanta_Uninitialize. The bytes and their order are unchanged. Outside
  * that time standard output is left unbuffered. As with any buffered stdio,
@@ -245,7 +246,7 @@ MORVANTA_API void Morvanta_SetLogLevel(int32_t level);
  * MORVANTA_BRIDGE_MODE_CONCURRENT: many calls are in flight at once, each
  * with its own 15 s limit; the worker sleeps in its event loop until work or
  * a timer of the SDK wakes it; an event reaches its listener as soon as the
- * SDK fires it (the 100 ms poll stays as a fallback, with the same batches,
+ * SDK fires it (a 1 s poll stays as a fallback, with the same batches,
  * order and loss rules); a synchronous query no longer waits behind slow
  * calls. Answers have the same codes, shapes and texts as in the compatible
  * mode ("Promise timeout" after 15 s, "Promise rejected: ..." and so on).
@@ -255,6 +256,17 @@ MORVANTA_API void Morvanta_SetLogLevel(int32_t level);
  *   Morvanta_Uninitialize: every call still pending is answered with code -1
  *   and the message "Bridge shutting down", on the worker thread, before
  *   Morvanta_Uninitialize returns; nothing is called back after it returns.
+ *   Start and stop have no fixed pauses: Morvanta_Initialize waits for the
+ *   worker to report that it runs (not 300 ms) and for the SDK's answers
+ *   (not in 10 ms steps), and Morvanta_Uninitialize waits for the scripts
+ *   its listener removal queued (not 200 ms), skips the 100 ms after the
+ *   clean-up script and waits for the worker's end (not in 10 ms steps).
+ *   The SDK is initialized when Morvanta_Initialize returns, as in the
+ *   compatible mode; each wait keeps the compatible mode's upper limit.
+ *   An idle worker has no timer of its own (a 250 ms one only while it
+ *   batches standard output, see Log routing); event channels, woken by
+ *   the SDK's pushes, poll only every second as a fallback, and drain at
+ *   once when their listener is registered.
  *   Process exit without Morvanta_Uninitialize: pending calls get no
  *   callback; the exit limits are those of the compatible mode.
  *

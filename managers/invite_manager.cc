@@ -35,7 +35,11 @@ MvSearchAccountInfo ReadAccount(const JSValue& item, OptionalReader optional) {
   return account;
 }
 
+}  // namespace
+
 using ListResult = MvResult<MvAccountInfoListResponse>;
+
+namespace {
 
 ListResult ListFailure(const char* message) { return ListResult::Failure(-1, message); }
 
@@ -61,10 +65,8 @@ const JSValue* FindAccountList(const JSValue& object, const char*& failure) {
   return list;
 }
 
-// getAccountInfoList answers with an object holding `meetingAccountListResp`,
-// at its top level or under `result`, possibly as JSON text. Items that are
-// not objects or have no userUuid are skipped; a missing name falls back to
-// the userUuid.
+}  // namespace
+
 ListResult ReadAccountInfoListAnswer(const JSValue& answer) {
   log::Info(kTag, " 📊 Raw result type: ", KindNumber(answer));
   const JSValue* value = &answer;
@@ -119,8 +121,6 @@ ListResult ReadAccountInfoListAnswer(const JSValue& answer) {
   return ListResult::Success(std::move(response));
 }
 
-// searchAccountInfoByPhone answers with a bare array of accounts; anything
-// else reads as no account found.
 MvResult<std::vector<MvSearchAccountInfo>> ReadPhoneSearchAnswer(const JSValue& answer) {
   std::vector<MvSearchAccountInfo> accounts;
   if (answer.IsArray()) {
@@ -131,6 +131,8 @@ MvResult<std::vector<MvSearchAccountInfo>> ReadPhoneSearchAnswer(const JSValue& 
   log::Info(kTag, " ✅ SearchAccountInfoByPhone successful, count: ", accounts.size());
   return MvResult<std::vector<MvSearchAccountInfo>>::Success(std::move(accounts));
 }
+
+namespace {
 
 SdkCall Call(const char* method, const char* jsMethod, JSValue argument) {
   SdkCall call;

@@ -25,4 +25,14 @@ class MvInviteManager : public MvManagerBase {
   void SearchAccountInfoByPhone(const std::string& phone, MvCallback<std::vector<MvSearchAccountInfo>> done);
 };
 
+// getAccountInfoList answers with an object holding `meetingAccountListResp`,
+// at its top level or under `result`, possibly as JSON text. Items that are
+// not objects or have no userUuid are skipped; a missing name falls back to
+// the userUuid.
+MvResult<MvAccountInfoListResponse> ReadAccountInfoListAnswer(const JSValue& answer);
+
+// searchAccountInfoByPhone answers with a bare array of accounts; anything
+// else reads as no account found.
+MvResult<std::vector<MvSearchAccountInfo>> ReadPhoneSearchAnswer(const JSValue& answer);
+
 }  // namespace morvanta

@@ -8,7 +8,8 @@ JSValue ParseChannelJson(const char* tag, const std::string& text) {
     JSValue value;
     std::string error;
     size_t offset = 0;
-    if (!TryParseJson(text, value, &error, &offset)) {
+    // One record nested too deep must not cost the batch its other records.
+    if (!TryParseJsonCuttingDeepValues(text, value, &error, &offset)) {
       log::Error(tag, " ❌ JSON parse error: ", error, " at offset ", offset);
       return JSValue();
     }

@@ -1,6 +1,8 @@
 // One JavaScript-to-native event channel: the native listeners, and a thread
-// that posts the channel's drain script about every 100 ms while there is a
-// listener, handing each drained record to the channel's dispatcher.
+// that posts the channel's drain script while there is a listener, handing
+// each drained record to the channel's dispatcher. It drains about every
+// 100 ms, or, where the bridge lets a listener's push wake it, when woken
+// and otherwise at the bridge's slower fallback poll (LifecyclePacing).
 //
 // Everything a drain callback touches lives in shared state, so a callback
 // that arrives after the channel is gone finds nothing and returns. The
@@ -144,6 +146,14 @@ class EventChannel {
     }
     state_->running = true;
     log::Info(state_->texts.starting);
+    if (std::shared_ptr<JSBridgeAdapter> bridge = state_->bridge.lock()) {
+      const jsbridge::LifecyclePacing pacing = bridge->Pacing();
+      std::lock_guard<std::mutex> lock(state_->mutex);
+      state_->poll = pacing.channel_poll;
+      // Where pushes wake the channel, what was kept while it was stopped
+      // is drained at once rather than at the first (fallback) poll.
+      if (pacing.event_driven) state_->woken = true;
+    }
     thread_ = std::thread([s = state_] { Loop(s); });
     ConnectChannelWaker(state_->bridge, state_->wakeKey, state_);
   }
@@ -180,6 +190,7 @@ class EventChannel {
     std::condition_variable cv;
     std::deque<JSValue> queue;  // nothing fills it; kept for push-style delivery
     bool woken = false;         // a push wake-up not yet answered by a drain
+    std::chrono::milliseconds poll{100};  // the sleep between drains when not woken
     std::string wakeKey;
     EventChannelTexts texts{};
     std::string drainScript;
@@ -220,7 +231,7 @@ class EventChannel {
     for (;;) {
       if (!s->running.load() || !s->HasListeners()) break;
       std::unique_lock<std::mutex> lock(s->mutex);
-      const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(100);
+      const auto until = std::chrono::steady_clock::now() + s->poll;
       s->cv.wait_until(lock, until, [&] { return !s->queue.empty() || s->woken || !s->running.load(); });
       s->woken = false;
       if (!s->running.load()) {

@@ -53,6 +53,8 @@ std::string StatsListenerObject() {
     text += "            " + std::string(kNotify) + "(record);\n";
     text += "          } else if (" + array + ") {\n";
     text += "            " + array + ".push(record);\n";
+    text += "            if (" + array + ".length === 1 && typeof globalThis.__morvantaChannelWake === 'function') "
+            "globalThis.__morvantaChannelWake('" + std::string(kRtcStatsGlobals.array) + "');\n";
     if (m.logsDirectPush)
       text += "            console.log('[JS Listener] ✅ Event pushed (fallback), array length:', " + array +
               ".length);\n";
@@ -120,6 +122,9 @@ std::string MakeNotificationHandlerScript() {
          count + R"JS();
       if (after === before) {
         console.error('[JS Notify] ❌ CRITICAL: Event was NOT added to array!');
+      }
+      if (after === 1 && typeof globalThis.__morvantaChannelWake === 'function') {
+        globalThis.__morvantaChannelWake(')JS" + std::string(kRtcStatsGlobals.array) + R"JS(');
       }
       var last = queue[queue.length - 1];
       if (!last || last.type !== type) {

@@ -1,4 +1,5 @@
 #include "runtime/log.h"
+#include "runtime/stdout_batched.h"
 
 #include <stdio_ext.h>
 #include <strings.h>
@@ -158,6 +159,12 @@ Batching& TheBatching() {
 }
 
 }  // namespace
+
+bool StdoutBatched() {
+  Batching& b = TheBatching();
+  std::lock_guard<std::mutex> lock(b.m);
+  return b.switched;
+}
 
 StdoutBatch::StdoutBatch() {
   Batching& b = TheBatching();

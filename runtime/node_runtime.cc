@@ -62,6 +62,8 @@ struct ProcessState {
   std::unique_ptr<node::MultiIsolatePlatform> platform;
   // Isolates of the live environments, under `mutex`.
   std::vector<v8::Isolate*> isolates;
+  // Exit wake functions of the live instances, under `mutex`.
+  std::vector<std::pair<const NodeRuntime*, std::function<void()>>> exit_wakes;
 };
 
 // The isolate whose JavaScript this thread runs (a bridge worker), if any. A
@@ -148,6 +150,10 @@ void ProcessExitHandler() {
   ProcessState& s = State();
   log::Info("[NodeRuntime] Process exit detected, performing global cleanup...");
   s.process_exiting = true;
+  {
+    std::lock_guard<std::mutex> lock(s.mutex);
+    for (const auto& entry : s.exit_wakes) entry.second();
+  }
 
   // exit() called on a worker (from a callback): that worker's own instance
   // cannot end while this runs, so it is not waited for.
@@ -226,6 +232,7 @@ int32_t NodeRuntime::InstanceCount() { return State().instance_count.load(); }
 NodeRuntime::NodeRuntime() = default;
 
 NodeRuntime::~NodeRuntime() {
+  SetExitWake(nullptr);
   Cleanup();
   // A failed Initialize leaves the setup to be destroyed with this object.
   UnregisterIsolate();
@@ -386,6 +393,15 @@ void NodeRuntime::OnSdkExit(node::Environment* env, int code) {
   node::Stop(env);
 }
 
+void NodeRuntime::SetExitWake(std::function<void()> wake) {
+  ProcessState& s = State();
+  std::lock_guard<std::mutex> lock(s.mutex);
+  auto& wakes = s.exit_wakes;
+  wakes.erase(std::remove_if(wakes.begin(), wakes.end(), [this](const auto& e) { return e.first == this; }),
+              wakes.end());
+  if (wake) wakes.emplace_back(this, std::move(wake));
+}
+
 void NodeRuntime::RegisterIsolate() {
   ProcessState& s = State();
   std::lock_guard<std::mutex> lock(s.mutex);
@@ -433,6 +449,7 @@ void NodeRuntime::DriveEventLoop() {
 
 void NodeRuntime::Cleanup() {
   if (!initialized_) return;
+  SetExitWake(nullptr);
   try {
     if (setup_ && setup_->event_loop()) {
       log::Info("[NodeRuntime] Stopping event loop...");

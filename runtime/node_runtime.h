@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -61,6 +62,12 @@ class NodeRuntime {
   // it here and stops serving. Set once; the first code is kept.
   bool SdkExitRequested() const { return sdk_exit_requested_.load(); }
   int SdkExitCode() const { return sdk_exit_code_.load(); }
+
+  // Called (under the process-wide lock, from the exit handler's thread)
+  // when the process starts to exit, so an owner whose thread sleeps until
+  // something wakes it notices the exit at once. Empty removes it; after
+  // that returns, the function is not called any more. It must not block.
+  void SetExitWake(std::function<void()> wake);
 
   // Process-wide facts.
   static bool IsProcessExiting();

@@ -49,4 +49,15 @@ for exe in "${benches[@]}"; do
   echo "   results: $json" >&2
   echo "            $text" >&2
 done
+# The Python package (bindings/python), on Debian's interpreter.
+if [ -x /usr/bin/python3 ]; then
+  text="$results/bench_python-$stamp.txt"
+  echo "== bench_python ($(nproc) cores)" >&2
+  if ! MORVANTA_LIBRARY="$bin/libmorvanta.so" MORVANTA_SDK_PATH="$bin/index.js" \
+       /usr/bin/python3 "$root/bench/bench_python.py" --runs 3 2>>"$log" | tee "$text" >&2; then
+    echo "run-bench: bench_python failed (see $log)" >&2
+    status=1
+  fi
+  echo "   results: $text" >&2
+fi
 exit $status

@@ -15,9 +15,11 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "morvanta.h"
 #include "support/sandbox_config.h"
+#include "support/sandbox_scenario.h"
 
 namespace morvanta_test {
 
@@ -34,6 +36,17 @@ struct Slot {
   bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
     std::unique_lock<std::mutex> lock(mutex);
     return cv.wait_for(lock, limit, [&] { return calls > 0; });
+  }
+  // Waits for the first call, then long enough for a second one (a doubled
+  // delivery) to show in Calls().
+  bool WaitSettled(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+    if (!Wait(limit)) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    return true;
+  }
+  int Calls() {
+    std::lock_guard<std::mutex> lock(mutex);
+    return calls;
   }
   void Record(int c, const char* m) {
     std::lock_guard<std::mutex> lock(mutex);
@@ -55,27 +68,6 @@ struct Slot {
     }
     slot->Record(code, message);
   }
-};
-
-// Writes a sandbox scenario and points the SDK (of this process and of its
-// children) at it; removes it again on destruction.
-class Scenario {
- public:
-  explicit Scenario(const std::string& json) {
-    char name[] = "/tmp/morvanta-scenario-XXXXXX";
-    int fd = mkstemp(name);
-    if (fd >= 0) close(fd);
-    path_ = name;
-    std::ofstream(path_) << json;
-    setenv("MORVANTA_SANDBOX_SCENARIO", path_.c_str(), 1);
-  }
-  ~Scenario() {
-    unsetenv("MORVANTA_SANDBOX_SCENARIO");
-    std::remove(path_.c_str());
-  }
-
- private:
-  std::string path_;
 };
 
 class InitializedLibrary : public ::testing::Test {

@@ -35,8 +35,8 @@ TEST_F(AccountApi, PasswordLoginAnswersTheFullAccountRecord) {
   MorvantaLoginByPasswordOptions o{"alice", "alice-password"};
   auto slot = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_LoginByPassword(account, &o, Slot::OnAccount, slot.get()), 0);
-  ASSERT_TRUE(slot->Wait());
-  EXPECT_EQ(slot->calls, 1);
+  ASSERT_TRUE(slot->WaitSettled());
+  EXPECT_EQ(slot->Calls(), 1);
   ASSERT_EQ(slot->code, 0) << slot->message;
   EXPECT_EQ(slot->message, "");
   EXPECT_FALSE(slot->message_null);
@@ -69,10 +69,10 @@ TEST_F(AccountApi, AWrongPasswordIsRefusedWithTheServicesCodeAndNoRecord) {
   MorvantaLoginByPasswordOptions o{"alice", "wrong"};
   auto slot = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_LoginByPassword(account, &o, Slot::OnAccount, slot.get()), 0);
-  ASSERT_TRUE(slot->Wait());
-  EXPECT_NE(slot->code, 0);
-  EXPECT_NE(slot->code, -1);
-  EXPECT_FALSE(slot->message.empty());
+  ASSERT_TRUE(slot->WaitSettled());
+  EXPECT_EQ(slot->Calls(), 1);
+  EXPECT_EQ(slot->code, 1011);
+  EXPECT_EQ(slot->message, "incorrect username or password");
   EXPECT_EQ(slot->account, nullptr);
 }
 
@@ -98,7 +98,8 @@ TEST_F(AccountApi, SmsAndTokenLogins) {
   auto s3 = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_LoginByToken(account, &bad, Slot::OnAccount, s3.get()), 0);
   ASSERT_TRUE(s3->Wait());
-  EXPECT_NE(s3->code, 0);
+  EXPECT_EQ(s3->code, 1013);
+  EXPECT_EQ(s3->message, "token is invalid or expired");
   EXPECT_EQ(s3->account, nullptr);
 }
 
@@ -121,7 +122,8 @@ TEST_F(AccountApi, NicknameChangeShowsInTheNextReadAndLogoutEndsTheSession) {
   auto after = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_GetAccountInfo(account, Slot::OnAccount, after.get()), 0);
   ASSERT_TRUE(after->Wait());
-  EXPECT_NE(after->code, 0);
+  EXPECT_EQ(after->code, 1010);
+  EXPECT_EQ(after->message, "not logged in");
   EXPECT_EQ(after->account, nullptr);
 }
 
@@ -131,7 +133,8 @@ TEST_F(AccountApi, PasswordResetChecksTheOldPassword) {
   auto s1 = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_ResetPassword(account, &wrong, Slot::OnPlain, s1.get()), 0);
   ASSERT_TRUE(s1->Wait());
-  EXPECT_NE(s1->code, 0);
+  EXPECT_EQ(s1->code, 1020);
+  EXPECT_EQ(s1->message, "old password is incorrect");
 
   MorvantaResetPasswordOptions right{"alice-password", "new-password-1"};
   auto s2 = std::make_shared<Slot>();
@@ -165,16 +168,7 @@ TEST_F(AccountApi, RefusedArgumentsReturnMinusOneAndNeverCallBack) {
   auto probe = std::make_shared<Slot>();
   ASSERT_EQ(Morvanta_Account_Logout(account, Slot::OnPlain, probe.get()), 0);
   ASSERT_TRUE(probe->Wait());
-  EXPECT_EQ(slot->calls, 0);
-}
-
-TEST_F(AccountApi, NullStringsInOptionsAreSentAsEmptyStrings) {
-  MorvantaLoginByPasswordOptions o{nullptr, nullptr};
-  auto slot = std::make_shared<Slot>();
-  ASSERT_EQ(Morvanta_Account_LoginByPassword(account, &o, Slot::OnAccount, slot.get()), 0);
-  ASSERT_TRUE(slot->Wait());
-  EXPECT_NE(slot->code, 0);  // the service refuses an empty user name
-  EXPECT_EQ(slot->account, nullptr);
+  EXPECT_EQ(slot->Calls(), 0);
 }
 
 TEST_F(AccountApi, ManyLoginsEachDeliveredOnceAndFreedByTheCaller) {
@@ -185,10 +179,11 @@ TEST_F(AccountApi, ManyLoginsEachDeliveredOnceAndFreedByTheCaller) {
     slots.push_back(std::make_shared<Slot>());
     ASSERT_EQ(Morvanta_Account_LoginByPassword(account, &o, Slot::OnAccount, slots.back().get()), 0);
   }
+  for (auto& slot : slots) ASSERT_TRUE(slot->Wait());
+  std::this_thread::sleep_for(std::chrono::milliseconds(150));  // a doubled delivery would show now
   for (auto& slot : slots) {
-    ASSERT_TRUE(slot->Wait());
-    EXPECT_EQ(slot->calls, 1);
-    ASSERT_EQ(slot->code, 0);
+    EXPECT_EQ(slot->Calls(), 1);
+    ASSERT_EQ(slot->code, 0) << slot->message;
     Morvanta_FreeAccountInfo(slot->account);
   }
 }

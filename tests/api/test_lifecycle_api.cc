@@ -99,31 +99,55 @@ TEST(LifecycleApi, ARefusedSdkInitializeFailsSoftlyAndCanBeRetried) {
   EXPECT_EQ(Morvanta_Uninitialize(), 0);
 }
 
-TEST_F(InitializedLibrary, ManagerHandlesAreNewEachTimeAndRefuseForeignSdkHandles) {
-  MorvantaAudioManager_T* a = Morvanta_GetAudioManager(sdk);
-  MorvantaAudioManager_T* b = Morvanta_GetAudioManager(sdk);
-  ASSERT_NE(a, nullptr);
-  ASSERT_NE(b, nullptr);
-  EXPECT_NE(a, b);
-  EXPECT_EQ(Morvanta_GetAudioManager(nullptr), nullptr);
-  int foreign = 0;
-  EXPECT_EQ(Morvanta_GetAudioManager(reinterpret_cast<MorvantaSDK_T*>(&foreign)), nullptr);
-  Morvanta_DestroyAudioManagerHandle(a);
-  Morvanta_DestroyAudioManagerHandle(b);
-  Morvanta_DestroyAudioManagerHandle(nullptr);
+namespace {
 
-  // Every kind can be obtained and released.
-  Morvanta_DestroyAccountManagerHandle(Morvanta_GetAccountManager(sdk));
-  Morvanta_DestroyChatroomManagerHandle(Morvanta_GetChatroomManager(sdk));
-  Morvanta_DestroyInviteManagerHandle(Morvanta_GetInviteManager(sdk));
-  Morvanta_DestroyMeetingManagerHandle(Morvanta_GetMeetingManager(sdk));
-  Morvanta_DestroyMemberManagerHandle(Morvanta_GetMemberManager(sdk));
-  Morvanta_DestroyPreMeetingManagerHandle(Morvanta_GetPreMeetingManager(sdk));
-  Morvanta_DestroyScreenShareManagerHandle(Morvanta_GetScreenShareManager(sdk));
-  Morvanta_DestroySecurityManagerHandle(Morvanta_GetSecurityManager(sdk));
-  Morvanta_DestroyVideoManagerHandle(Morvanta_GetVideoManager(sdk));
-  Morvanta_DestroyWaitingRoomManagerHandle(Morvanta_GetWaitingRoomManager(sdk));
+// One manager kind: two handles of it are distinct and not NULL,
+// neither NULL nor a foreign pointer gives one, and all are released
+// (NULL included).
+template <typename Handle, Handle* (*Get)(MorvantaSDK_T*), void (*Destroy)(Handle*)>
+void ExpectHandlesOfOneKind(MorvantaSDK_T* sdk, const char* kind) {
+  SCOPED_TRACE(kind);
+  Handle* a = Get(sdk);
+  Handle* b = Get(sdk);
+  EXPECT_NE(a, nullptr);
+  EXPECT_NE(b, nullptr);
+  EXPECT_NE(a, b);
+  EXPECT_EQ(Get(nullptr), nullptr);
+  int foreign = 0;
+  EXPECT_EQ(Get(reinterpret_cast<MorvantaSDK_T*>(&foreign)), nullptr);
+  Destroy(a);
+  Destroy(b);
+  Destroy(nullptr);
+}
+
+}  // namespace
+
+TEST_F(InitializedLibrary, ManagerHandlesAreNewEachTimeAndRefuseForeignSdkHandles) {
+#define EXPECT_HANDLES_OF(Kind)                                                                        \
+  ExpectHandlesOfOneKind<Morvanta##Kind##Manager_T, Morvanta_Get##Kind##Manager,                       \
+                         Morvanta_Destroy##Kind##ManagerHandle>(sdk, #Kind)
+  EXPECT_HANDLES_OF(Account);
+  EXPECT_HANDLES_OF(Audio);
+  EXPECT_HANDLES_OF(Chatroom);
+  EXPECT_HANDLES_OF(Invite);
+  EXPECT_HANDLES_OF(Meeting);
+  EXPECT_HANDLES_OF(Member);
+  EXPECT_HANDLES_OF(PreMeeting);
+  EXPECT_HANDLES_OF(ScreenShare);
+  EXPECT_HANDLES_OF(Security);
+  EXPECT_HANDLES_OF(Video);
+  EXPECT_HANDLES_OF(WaitingRoom);
+#undef EXPECT_HANDLES_OF
   Morvanta_DestroySDKHandle(nullptr);
+  // A handle obtained after all that still works: the releases touched no
+  // shared state.
+  MorvantaAccountManager_T* account = Morvanta_GetAccountManager(sdk);
+  ASSERT_NE(account, nullptr);
+  auto slot = std::make_shared<Slot>();
+  ASSERT_EQ(Morvanta_Account_GetAccountInfo(account, Slot::OnAccount, slot.get()), 0);
+  ASSERT_TRUE(slot->Wait());
+  EXPECT_EQ(slot->code, 1010) << slot->message;  // answered by the service: nobody is logged in
+  Morvanta_DestroyAccountManagerHandle(account);
 }
 
 TEST(LifecycleApi, AHandleKeptPastUninitializeAnswersWithFailures) {

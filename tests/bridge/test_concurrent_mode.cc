@@ -88,8 +88,9 @@ TEST_F(ConcurrentBridgeTest, ATimerFiresOnTimeNotAtTheNextPoll) {
   // every timer wakes the worker, 300 ms or more when each waits for the
   // worker's next poll (its 50 ms tick, or a 30 ms polling step).
   const auto start = Clock::now();
-  JSResult<JSValue> r = RunScript(
-      bridge, "new Promise(r => { let n = 0; (function next() { if (++n > 10) r(n - 1); else setTimeout(next, 5); })(); })");
+  JSResult<JSValue> r = RunScript(bridge,
+                                  "new Promise(r => { let n = 0;"
+                                  " (function next() { if (++n > 10) r(n - 1); else setTimeout(next, 5); })(); })");
   const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
   ASSERT_TRUE(r.success) << ErrorText(r);
   EXPECT_EQ(r.value->number_value, 10);

@@ -9,6 +9,8 @@ using morvanta::JSValue;
 using morvanta::JSValueType;
 using morvanta::kMaxJsonDepth;
 using morvanta::ParseJsonToJSValue;
+using morvanta::TryParseJson;
+using morvanta::TryParseJsonCuttingDeepValues;
 
 TEST(JsonValue, TextThatIsNotJsonBecomesAStringHoldingIt) {
   const std::string texts[] = {
@@ -110,4 +112,73 @@ TEST(JsonValue, DeepNestingNeverCrashes) {
     EXPECT_EQ(deep.type, JSValueType::String);
     EXPECT_EQ(deep.stringValue.size(), text.size());
   }
+}
+
+// Found by fuzz_events: JSON.stringify writes a string's lone surrogate as an
+// escape, which the parser refused, so one such text in an event record
+// lost the whole drained batch.
+TEST(JsonValue, EscapedLoneSurrogatesReadAsReplacementCharacters) {
+  struct Row {
+    const char* text;
+    std::string expected;
+  };
+  const std::string fffd = "\xEF\xBF\xBD";
+  const Row rows[] = {
+      {R"(["a\ud800b"])", "a" + fffd + "b"},
+      {R"(["\uDC00"])", fffd},
+      {R"(["\udbff"])", fffd},
+      {R"(["\ud800\u0041"])", fffd + "A"},
+      {R"(["\ud800\ud800\udc00"])", fffd + "\xF0\x90\x80\x80"},
+      {R"(["\ud83d\ude00", "\\ud800"])", "\xF0\x9F\x98\x80"},
+  };
+  for (const Row& row : rows) {
+    JSValue v;
+    std::string error;
+    ASSERT_TRUE(TryParseJson(row.text, v, &error)) << row.text << ": " << error;
+    ASSERT_EQ(v.type, JSValueType::Array) << row.text;
+    EXPECT_EQ(v.arrayValue[0].stringValue, row.expected) << row.text;
+  }
+  // An escaped backslash before "ud800" is text, not an escape, and stays.
+  JSValue v;
+  ASSERT_TRUE(TryParseJson(R"(["\ud83d\ude00", "\\ud800"])", v, nullptr));
+  EXPECT_EQ(v.arrayValue[1].stringValue, "\\ud800");
+  // Keys too; and a surrogate escape outside a string is still an error.
+  ASSERT_TRUE(TryParseJson(R"({"k\udfff": 1})", v, nullptr));
+  EXPECT_NE(v.Find("k" + fffd), nullptr);
+  std::string error;
+  EXPECT_FALSE(TryParseJson(R"([\ud800])", v, &error));
+  EXPECT_FALSE(TryParseJson(R"(["\ud800)", v, &error));
+}
+
+// Found by fuzz_events: a drained batch is one JSON text, so one record
+// nested too deep lost every record of its batch. The channel's parse cuts
+// the deep value off instead; the plain parse still refuses the text.
+TEST(JsonValue, TheCuttingParseReplacesOnlyTheValuesNestedTooDeep) {
+  const int too_deep = kMaxJsonDepth + 10;
+  const std::string text = R"({"events": [{"deep": )" + std::string(too_deep, '[') + std::string(too_deep, ']') +
+                           R"(}, {"next": 2}]})";
+  JSValue v;
+  std::string error;
+  EXPECT_FALSE(TryParseJson(text, v, &error));
+  EXPECT_EQ(error, morvanta::kJsonTooDeepError);
+
+  size_t offset = 99;
+  ASSERT_TRUE(TryParseJsonCuttingDeepValues(text, v, &error, &offset));
+  const JSValue* events = v.Find("events");
+  ASSERT_TRUE(events && events->IsArray() && events->arrayValue.size() == 2u);
+  ASSERT_NE(events->arrayValue[1].Find("next"), nullptr);
+  EXPECT_EQ(events->arrayValue[1].Find("next")->numberValue, 2);
+  // Arrays down to the limit, then the marker in place of the rest.
+  const JSValue* at = events->arrayValue[0].Find("deep");
+  int depth = 3;  // the object, the events array, the record
+  while (at && at->IsArray()) {
+    ++depth;
+    at = at->arrayValue.empty() ? nullptr : &at->arrayValue[0];
+  }
+  ASSERT_NE(at, nullptr);
+  EXPECT_EQ(at->stringValue, morvanta::kJsonTooDeepValue);
+  EXPECT_EQ(depth, kMaxJsonDepth + 1);
+  // Text that does not parse fails alike.
+  EXPECT_FALSE(TryParseJsonCuttingDeepValues("[1,", v, &error, &offset));
+  EXPECT_EQ(offset, 3u);
 }

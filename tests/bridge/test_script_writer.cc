@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -57,6 +58,12 @@ TEST(ScriptWriter, EveryKindHasItsSourceForm) {
       {"rounded to six decimals", Num(0.1234567), "0.123457"},
       {"below the sixth decimal", Num(0.0000004), "0.000000"},
       {"large", Num(1e20), "100000000000000000000.000000"},
+      // Found by fuzz_call_args: "%f" wrote nan and inf, which a script reads
+      // as global names.
+      {"not a number", Num(std::nan("")), "(0/0)"},
+      {"negative not a number", Num(-std::nan("")), "(0/0)"},
+      {"infinity", Num(HUGE_VAL), "(1/0)"},
+      {"negative infinity", Num(-HUGE_VAL), "(-1/0)"},
       {"empty string", Str(""), "\"\""},
       {"plain string", Str("abc"), "\"abc\""},
       {"function", JSValue(JSValueType::Function), "null"},
@@ -71,6 +78,9 @@ TEST(ScriptWriter, EveryKindHasItsSourceForm) {
       {"object", Obj({{"zeta", Num(1)}, {"alpha", Str("x")}, {"Mid", JSValue(true)}}),
        "{\"Mid\": true, \"alpha\": \"x\", \"zeta\": 1.000000}"},
       {"escaped key", Obj({{"k\"e\\y\n", JSValue(JSValueType::Null)}}), "{\"k\\\"e\\\\y\\n\": null}"},
+      // A literal "__proto__" key would set the prototype: computed, it is a member.
+      {"prototype key", Obj({{"__proto__", Obj({})}, {"_proto_", Num(1)}}),
+       "{[\"__proto__\"]: {}, \"_proto_\": 1.000000}"},
       {"nested", Obj({{"list", Arr({Obj({{"x", JSValue(false)}}), Arr({})})}, {"o", Obj({})}}),
        "{\"list\": [{\"x\": false}, []], \"o\": {}}"},
   };

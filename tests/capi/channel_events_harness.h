@@ -51,7 +51,7 @@ struct Heard {
 inline bool WaitUntilJs(const std::string& expression, std::chrono::milliseconds limit = std::chrono::seconds(4)) {
   auto until = std::chrono::steady_clock::now() + limit;
   while (std::chrono::steady_clock::now() < until) {
-    if (SandboxEval("(" + expression + ") === true").boolValue) return true;
+    if (SandboxFlag("(" + expression + ") === true")) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   return false;
@@ -93,11 +93,10 @@ inline std::vector<std::string> LinesStartingWith(const std::string& log, const 
 // Puts the local user in a meeting of two simulated members, with no script
 // and RTC statistics every `stats_ms` (0: none).
 inline bool EnterMeeting(int stats_ms) {
-  return SandboxEval("morVantaSandbox.configure({meeting: {script: [], memberCount: 2, rtcStatsIntervalMs: " +
+  return SandboxFlag("morVantaSandbox.configure({meeting: {script: [], memberCount: 2, rtcStatsIntervalMs: " +
                      std::to_string(stats_ms) +
                      "}}), morVantaSandbox.enterMeeting({userUuid: 'local-user', asHost: true}).myUuid === "
-                     "'local-user'")
-      .boolValue;
+                     "'local-user'");
 }
 
 // Uninitialises with a live listener while events flow: `start` adds it (on

@@ -24,7 +24,7 @@ inline std::string CallArgs(const std::string& path) {
 }
 
 inline int CallCount(const std::string& path) {
-  return static_cast<int>(SandboxEval("morVantaSandbox.callsTo('" + path + "').length").numberValue);
+  return static_cast<int>(SandboxNumber("morVantaSandbox.callsTo('" + path + "').length"));
 }
 
 // Sets the sandbox's override of one path (`rule` is a JS object literal).
@@ -37,11 +37,10 @@ inline void Override(const std::string& path, const std::string& rule) {
 // `as_host` the local user, "local-user", hosts it; otherwise it is another
 // meeting, which sim-member-01 hosts. True when the sandbox put the user in.
 inline bool EnterQuietMeeting(bool as_host) {
-  return SandboxEval("morVantaSandbox.configure({meeting: {script: [], rtcStatsIntervalMs: 0, memberCount: 2}}),"
+  return SandboxFlag("morVantaSandbox.configure({meeting: {script: [], rtcStatsIntervalMs: 0, memberCount: 2}}),"
                      " morVantaSandbox.enterMeeting({userUuid: 'local-user', " +
                      std::string(as_host ? "asHost: true" : "meetingNum: '7700000002'") +
-                     "}).myUuid === 'local-user'")
-      .boolValue;
+                     "}).myUuid === 'local-user'");
 }
 
 // The fixture: initialised, in the meeting as host, with a handle of the

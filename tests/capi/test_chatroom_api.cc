@@ -344,11 +344,10 @@ TEST_F(ChatroomApi, SentTextComesBackAsARecordThatRecallsTheMessage) {
   EXPECT_EQ(recalled.code, 0);
   EXPECT_EQ(recalled.message, "Success");
   // The object the library rebuilt names the message the sandbox logged.
-  EXPECT_TRUE(SandboxEval("(function () { var a = morVantaSandbox.callsTo('chatroom.recallMessage')[0].args[0];"
+  EXPECT_TRUE(SandboxFlag("(function () { var a = morVantaSandbox.callsTo('chatroom.recallMessage')[0].args[0];"
                           " var m = morVantaSandbox.meeting.chat.find((x) => x.messageUuid === '" + uuid + "');"
                           " return m.status === 'recalled' && a.idClient === m.idClient && a.time === m.time"
-                          " && a.fromUserUuid === m.fromUserUuid && a.text === m.text; })()")
-                  .boolValue);
+                          " && a.fromUserUuid === m.fromUserUuid && a.text === m.text; })()"));
 }
 
 TEST_F(ChatroomApi, PrivateTextReachesOnlyItsReceiver) {
@@ -392,9 +391,8 @@ TEST_F(ChatroomApi, FileUploadIsCancelledWithTheRecordItsSendGave) {
   ExpectOneCallback(cancelled);
   EXPECT_EQ(cancelled.code, 0);
   EXPECT_EQ(cancelled.message, "Success");
-  EXPECT_TRUE(SandboxEval("morVantaSandbox.meeting.chat.every((m) => m.messageUuid !== '" +
-                          Text(r->message_uuid) + "')")
-                  .boolValue);
+  EXPECT_TRUE(SandboxFlag("morVantaSandbox.meeting.chat.every((m) => m.messageUuid !== '" +
+                          Text(r->message_uuid) + "')"));
   // The sandbox refuses a second cancel, but the call was fulfilled: success.
   CallbackSlot again;
   ASSERT_EQ(Morvanta_Chatroom_CancelSendFileMessage(handle, r, CallbackSlot::OnPlain, &again), 0);
@@ -434,7 +432,7 @@ TEST_F(ChatroomApi, NullCallbackStillSends) {
   DrainWorker();
   EXPECT_EQ(CallCount("chatroom.sendTextMessage"), 1);
   EXPECT_EQ(CallCount("chatroom.recallMessage"), 1);
-  EXPECT_TRUE(SandboxEval("morVantaSandbox.meeting.chat.some((m) => m.text === 'fire and forget')").boolValue);
+  EXPECT_TRUE(SandboxFlag("morVantaSandbox.meeting.chat.some((m) => m.text === 'fire and forget')"));
 }
 
 TEST_F(ChatroomApi, UnbuildableRecordIsMinusNineWithoutRecord) {

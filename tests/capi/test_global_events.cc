@@ -28,12 +28,11 @@ MorvantaGlobalEventListener ListenerFor(Heard* heard) {
 // Fires one global event through the SDK; answers how many JavaScript
 // listeners it reached.
 int Emit(const std::string& event, const std::string& args) {
-  return static_cast<int>(SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: '" +
-                                      event + "', args: [" + args + "]})")
-                              .numberValue);
+  return static_cast<int>(SandboxNumber("morVantaSandbox.emit({manager: 'global', channel: 'global', event: '" +
+                                        event + "', args: [" + args + "]})"));
 }
 
-int JsListeners() { return static_cast<int>(SandboxEval("morVantaSandbox.listenerCount('global')").numberValue); }
+int JsListeners() { return static_cast<int>(SandboxNumber("morVantaSandbox.listenerCount('global')")); }
 
 // Registration finishes on the worker after the add has returned.
 bool WaitRegistered(bool registered = true) {
@@ -51,7 +50,7 @@ void Push(const std::string& records) {
               " [" + records + "].forEach(function (r) { a.push(r); }); return a.length; })()");
 }
 
-double ArrayLength() { return SandboxEval("globalThis.__morvantaGlobalEventCallbacks.length").numberValue; }
+double ArrayLength() { return SandboxNumber("globalThis.__morvantaGlobalEventCallbacks.length"); }
 
 using GlobalEvents = CapiLibrary;
 
@@ -218,6 +217,29 @@ TEST_F(GlobalEvents, BadRecordsAreLoggedAndTheRestOfTheBatchIsDelivered) {
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
 }
 
+// Found by fuzz_events: the drained batch reaches the library as one JSON
+// text. In it a string's lone surrogate is an escape: a lone high one made
+// the whole batch unreadable (every record in it lost), a lone low one
+// reached the host as bytes that are not UTF-8. And one record nested deeper
+// than the JSON reader goes (513 levels) lost its batch too.
+TEST_F(GlobalEvents, RecordsHardToReadArriveAndKeepTheirBatch) {
+  Heard heard;
+  MorvantaGlobalEventListener l = ListenerFor(&heard);
+  ASSERT_TRUE(AddAndWait(l));
+  Push("{type: 'beforeRtcEngineInitialize', data: {roomUuid: 'first'}},"
+       "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'high \\uD800 alone'}},"
+       "{type: 'beforeRtcEngineRelease', data: {roomUuid: 'low \\uDC00 alone'}},"
+       "{type: 'beforeRtcEngineRelease', data: {roomUuid: 'pair \\uD83D\\uDE00'}},"
+       "(function () { var v = []; for (var i = 0; i < 600; i++) v = [v];"
+       " return {type: 'afterRtcEngineInitialize', data: {roomUuid: 'deep', extra: v}}; })(),"
+       "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'last'}}");
+  ASSERT_TRUE(heard.WaitFor(6));
+  EXPECT_EQ(heard.Copy(), (std::vector<std::string>{"before:first", "after:high \xEF\xBF\xBD alone",
+                                                    "release:low \xEF\xBF\xBD alone",
+                                                    "release:pair \xF0\x9F\x98\x80", "after:deep", "after:last"}));
+  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
+}
+
 TEST_F(GlobalEvents, ARefusedRegistrationRollsTheListenerBackSoTheNextOneIsServed) {
   SandboxEval("(globalThis.__savedAdd = morVantaMeeting.addGlobalEventListener,"
               " morVantaMeeting.addGlobalEventListener = undefined, true)");
@@ -230,7 +252,7 @@ TEST_F(GlobalEvents, ARefusedRegistrationRollsTheListenerBackSoTheNextOneIsServe
   EXPECT_NE(log.find("[MvGatherdeck] ❌ Failed to register JavaScript global event listener: "
                      "addGlobalEventListener not available"),
             std::string::npos);
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaGlobalEventListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaGlobalEventListenerRegistered === true"));
 
   // The native list is empty again, so the next listener registers and is
   // served rather than stalling behind the refused one.

@@ -74,7 +74,7 @@ TEST_F(InviteApi, RefusedArgumentsReturnMinusOneAndReachNothing) {
   for (size_t i = 0; i < refused.size(); ++i) EXPECT_EQ(refused[i](), -1) << "case " << i;
   DrainWorker();
   EXPECT_EQ(s.Calls(), 0);
-  EXPECT_EQ(SandboxEval("morVantaSandbox.calls.filter((c) => c.path.startsWith('invite.')).length").numberValue, 0);
+  EXPECT_EQ(SandboxNumber("morVantaSandbox.calls.filter((c) => c.path.startsWith('invite.')).length"), 0);
 }
 
 TEST_F(InviteApi, IdsGoAsOneArrayWithoutNullsAndAccountsComeBackWithANullMessage) {

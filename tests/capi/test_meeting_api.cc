@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include "capi/callback_slot.h"
 #include "capi/channel_events_harness.h"
 
 using namespace morvanta_test;
@@ -94,6 +95,7 @@ using MeetingApi = ChannelApi;
 }  // namespace
 
 TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
+  SandboxEval("morVantaSandbox.clearCalls()");
   Counter c;
   MorvantaMeetingCreateOptions create{};
   create.subject = "";
@@ -117,8 +119,11 @@ TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
   EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(nullptr, &l), -1);
   EXPECT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, nullptr), -1);
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), -1);  // never added
+  DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   EXPECT_EQ(c.calls, 0);
+  // None of them reached the SDK.
+  EXPECT_EQ(SandboxEval("JSON.stringify(morVantaSandbox.calls.map((c) => c.path))").stringValue, "[]");
 }
 
 TEST_F(MeetingApi, CreateSendsOnlyTheKeysThatAreSet) {
@@ -316,7 +321,7 @@ TEST_F(MeetingApi, TwoRecordsEachHearEveryEventAndRemovalNeedsAnEqualRecord) {
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &b), 0);
   EXPECT_TRUE(MeetingRegistered(false));
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  EXPECT_EQ(SandboxEval("globalThis.__morvantaMeetingCallbacks.length").numberValue, 0);
+  EXPECT_EQ(SandboxNumber("globalThis.__morvantaMeetingCallbacks.length"), 0);
 }
 
 TEST_F(MeetingApi, AddAndRemoveWriteTheirLinesInOrderAndRefusalsNameTheirFault) {
@@ -364,7 +369,7 @@ TEST_F(MeetingApi, ARefusedRegistrationRollsTheNativeListenerBack) {
   MorvantaMeetingListener l = ListenerFor(&heard);
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaMeetingListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaMeetingListenerRegistered === true"));
   // The C record stays (removal still finds it); nothing is heard.
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), 0);
   EXPECT_EQ(heard.Size(), 0u);

@@ -178,7 +178,7 @@ TEST_F(MessageChannelApi, ARefusedRegistrationPopsTheLastNativeListenerAndCKeeps
   for (int i = 0; i < 100 && Manager().MessageChannelListenerCount() != 1; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   ASSERT_EQ(Manager().MessageChannelListenerCount(), 1u);
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaMessageChannelListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaMessageChannelListenerRegistered === true"));
   // The native listener left is the first one; the C record is still there.
   Manager().RemoveMessageChannelListener(&native);
   EXPECT_EQ(Manager().MessageChannelListenerCount(), 0u);

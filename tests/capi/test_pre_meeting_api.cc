@@ -118,7 +118,7 @@ TEST_F(PreMeetingApi, RefusedArgumentsReturnMinusOneAndReachNothing) {
   for (size_t i = 0; i < refused.size(); ++i) EXPECT_EQ(refused[i](), -1) << "case " << i;
   DrainWorker();
   EXPECT_EQ(s.Calls(), 0);
-  EXPECT_EQ(SandboxEval("morVantaSandbox.calls.filter((c) => c.path.startsWith('preMeeting.')).length").numberValue,
+  EXPECT_EQ(SandboxNumber("morVantaSandbox.calls.filter((c) => c.path.startsWith('preMeeting.')).length"),
             0);
 }
 

@@ -192,7 +192,7 @@ TEST_F(RtcStatsApi, ARefusedRegistrationPopsTheLastNativeListener) {
   for (int i = 0; i < 100 && Manager().RtcStatsListenerCount() != 1; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   EXPECT_EQ(Manager().RtcStatsListenerCount(), 1u);
-  EXPECT_FALSE(SandboxEval("globalThis.__morvantaRtcStatsListenerRegistered === true").boolValue);
+  EXPECT_FALSE(SandboxFlag("globalThis.__morvantaRtcStatsListenerRegistered === true"));
   // The one left is the first: removing the second changes nothing.
   Manager().RemoveRtcStatsListener(&second);
   EXPECT_EQ(Manager().RtcStatsListenerCount(), 1u);
@@ -217,10 +217,10 @@ TEST_F(RtcStatsApi, RemovingTheLastListenerDropsWhatIsQueued) {
   ASSERT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &l), 0);
   ASSERT_EQ(ran.get_future().wait_for(std::chrono::seconds(5)), std::future_status::ready);
   EXPECT_TRUE(WaitRegistered(false));
-  EXPECT_EQ(SandboxEval("globalThis.__morvantaRtcStatsCallbacks.length").numberValue, 0);
-  EXPECT_TRUE(SandboxEval("globalThis.__morvantaRtcStatsListenerRef === null").boolValue);
+  EXPECT_EQ(SandboxNumber("globalThis.__morvantaRtcStatsCallbacks.length"), 0);
+  EXPECT_TRUE(SandboxFlag("globalThis.__morvantaRtcStatsListenerRef === null"));
   // The handler stays defined for a later registration.
-  EXPECT_TRUE(SandboxEval("typeof globalThis.__morvantaNotifyRtcStatsEvent === 'function'").boolValue);
+  EXPECT_TRUE(SandboxFlag("typeof globalThis.__morvantaNotifyRtcStatsEvent === 'function'"));
   std::this_thread::sleep_for(std::chrono::milliseconds(250));
   EXPECT_EQ(heard.Size(), 0u);
   EXPECT_FALSE(Manager().RtcStatsEventsRunning());

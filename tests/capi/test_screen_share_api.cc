@@ -343,10 +343,7 @@ TEST_F(ScreenShareApi, ShareAWindowThenStop) {
   ASSERT_EQ(Morvanta_ScreenShare_StopScreenShare(handle, nullptr, CallbackSlot::OnPlain, &stopped), 0);
   ExpectOneCallback(stopped);
   EXPECT_EQ(stopped.code, 0);
-  EXPECT_TRUE(SandboxEval("morVantaSandbox.meeting.members.find((m) => m.uuid === 'local-user').isSharingScreen")
-                  .IsBool());
-  EXPECT_FALSE(SandboxEval("morVantaSandbox.meeting.members.find((m) => m.uuid === 'local-user').isSharingScreen")
-                   .boolValue);
+  EXPECT_FALSE(SandboxFlag("morVantaSandbox.meeting.members.find((m) => m.uuid === 'local-user').isSharingScreen"));
   EXPECT_EQ(SandboxEval("morVantaSandbox.events.filter((e) => e.event === 'onMemberScreenShareStateChanged')"
                         ".map((e) => e.args[1]).join()")
                 .stringValue,

@@ -90,8 +90,8 @@ TEST_F(WaitingRoomApi, CommandsPassTheirArgumentsAndTheSdkActsOnThem) {
   EXPECT_EQ(SandboxArgs("waitingRoom.expelAllMembers"), "[[true]]");  // any non-zero flag is true
   EXPECT_EQ(SandboxArgs("waitingRoom.admitAllMembers"), "[[]]");
   // -03 was admitted, put back and sent away with -05; -04 was expelled alone.
-  EXPECT_EQ(SandboxEval("morVantaSandbox.meeting.waitingRoom.memberCount").numberValue, 0);
-  EXPECT_FALSE(SandboxEval("morVantaSandbox.meeting.members.some((m) => m.uuid === 'sim-member-03')").boolValue);
+  EXPECT_EQ(SandboxNumber("morVantaSandbox.meeting.waitingRoom.memberCount"), 0);
+  EXPECT_FALSE(SandboxFlag("morVantaSandbox.meeting.members.some((m) => m.uuid === 'sim-member-03')"));
 }
 
 TEST_F(WaitingRoomApi, RefusedCommandsFailWithTheServiceTextAndAnsweredOnesSucceedWhateverTheAnswer) {
@@ -182,7 +182,7 @@ TEST_F(WaitingRoomApi, InfoIsReadInAMeetingAndIsAZeroRecordOutsideOne) {
   EXPECT_STREQ(info.background_image_url, "https://bg");
 
   // Outside a meeting the service refuses; the caller sees success and zeros.
-  ASSERT_TRUE(SandboxEval("morVantaSandbox.leaveMeetingNow()").boolValue);
+  ASSERT_TRUE(SandboxFlag("morVantaSandbox.leaveMeetingNow()"));
   info = MorvantaWaitingRoomInfo{7, true, nullptr};
   ASSERT_EQ(Morvanta_WaitingRoom_GetInfo(handle, &info), 0);
   EXPECT_EQ(info.member_count, 0);

@@ -20,7 +20,7 @@ inline bool OpenWaitingRoom(int arrivals) {
   for (int i = 0; i < arrivals; ++i)
     script += ", morVantaSandbox.meetingAction({member: " + std::to_string(2 + i) + ", action: 'join'})";
   script += ", morVantaSandbox.meeting.waitingRoom.memberCount";
-  return SandboxEval(script).numberValue == arrivals;
+  return SandboxNumber(script) == arrivals;
 }
 
 // The JavaScript side of the channel is attached (registration finishes on

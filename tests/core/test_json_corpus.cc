@@ -1,5 +1,6 @@
-// The JSON conformance corpus (shared test data): every file, read as raw
-// bytes, through the parser and through ConvertToMvResult for several types.
+// The JSON conformance corpus (shared test data, beside the checkout): every
+// file, read as raw bytes, through the parser and through ConvertToMvResult
+// for several types.
 // y_ files must parse, n_ files must be rejected, i_ files may go either way;
 // nothing may crash. There are no known exceptions: the parser is expected to
 // give the conforming verdict on every y_ and n_ file.
@@ -31,16 +32,8 @@ struct CorpusFile {
   char verdict;  // 'y', 'n' or 'i'
 };
 
-std::string CorpusDir() {
-  for (const std::string& dir : {morvanta_test::SourceDir() + "/../shared/testdata/jsontestsuite",
-                                 std::string("/work/shared/testdata/jsontestsuite")}) {
-    if (DIR* d = opendir(dir.c_str())) {
-      closedir(d);
-      return dir;
-    }
-  }
-  return "";
-}
+// The corpus lies beside the checkout, in the shared test data.
+std::string CorpusDir() { return morvanta_test::SourceDir() + "/../shared/testdata/jsontestsuite"; }
 
 std::vector<CorpusFile> LoadCorpus(const std::string& dir) {
   std::vector<CorpusFile> files;
@@ -64,9 +57,12 @@ std::vector<CorpusFile> LoadCorpus(const std::string& dir) {
 class JsonCorpusTest : public testing::Test {
  protected:
   void SetUp() override {
-    std::string dir = CorpusDir();
-    if (dir.empty()) GTEST_SKIP() << "JSON conformance corpus not found";
+    const std::string dir = CorpusDir();
     files_ = LoadCorpus(dir);
+    // A missing corpus is a failure, not a reason to skip: these cases would
+    // otherwise pass having looked at nothing.
+    ASSERT_FALSE(files_.empty()) << "JSON conformance corpus not found at " << dir
+                                 << " (the shared test data belongs beside the checkout)";
   }
   const CorpusFile* Find(const std::string& name) const {
     for (const auto& f : files_) {

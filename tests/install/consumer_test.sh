@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Installs the build into a temporary prefix, then builds two C99 hosts
-# against the installed tree only (one with CMake's find_package, one with
-# pkg-config) and runs each against the installed sandbox SDK.
+# Installs the build into a temporary prefix, then builds hosts against the
+# installed tree only (a C99 host and a C++17 host of morvanta.hpp with
+# CMake's find_package, the C99 host with pkg-config) and runs each against
+# the installed sandbox SDK.
 #   consumer_test.sh <build dir> <this folder>
 set -euo pipefail
 build="$1"
@@ -24,21 +25,16 @@ if grep -rq morvanta_internal "$libdir/cmake/Morvanta"; then
   exit 1
 fi
 
-# The hosts see the installed tree and nothing of the source tree.
-cp "$here/consumer_host.c" "$here/CMakeLists.txt" "$work/"
-export MORVANTA_SDK_PATH="$prefix/share/morvanta/sandbox/index.js"
-
-cmake -S "$work" -B "$work/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build "$work/cmake-build" >/dev/null
-"$work/cmake-build/consumer_cmake"
-
-export PKG_CONFIG_PATH="$libdir/pkgconfig"
-cc -std=c99 -Wall -Wextra -pedantic -Werror -o "$work/consumer_pkgconfig" "$work/consumer_host.c" \
-  $(pkg-config --cflags --libs morvanta) -lpthread -Wl,-rpath,"$(pkg-config --variable=libdir morvanta)"
-"$work/consumer_pkgconfig"
+# The hosts: C99 and C++17 with CMake's find_package, C99 with pkg-config.
+source "$here/hosts.sh"
+build_hosts "$prefix" "$work" "$libdir"
+for host in "$work/cmake-build/consumer_cmake" "$work/cmake-build/consumer_cxx" "$work/consumer_pkgconfig"; do
+  run_host "$prefix" "$host"
+done
 
 # The GLib helper compiles as strict C99 from the installed tree alone.
 if pkg-config --exists glib-2.0; then
+  # shellcheck disable=SC2046
   echo '#include <morvanta_glib.h>' | cc -std=c99 -Wall -Wextra -pedantic -Werror -fsyntax-only -x c - \
-    $(pkg-config --cflags morvanta glib-2.0)
+    $(PKG_CONFIG_PATH="$libdir/pkgconfig" pkg-config --cflags morvanta glib-2.0)
 fi

@@ -43,6 +43,20 @@ TEST(RuntimeLifecycle, ExitWithABridgeStillRunningEndsCleanly) {
   EXPECT_LT(r.seconds, 15.0);
 }
 
+TEST(RuntimeLifecycle, ConcurrentOnlyExitWakesAnIdleWorkerInsteadOfWaitingOutTheLimit) {
+  // The concurrent worker sleeps in libuv with no timer while idle: unless
+  // the exit handler wakes it, the handler waits its whole 5 s and then
+  // terminates the instance's JavaScript.
+  ProcessResult r = RunProcess({Probe(), "exit-alive"}, std::chrono::seconds(60));
+  ASSERT_FALSE(r.timed_out) << r.output;
+  ASSERT_TRUE(r.exited) << "signal " << r.signal << "\n" << r.output;
+  EXPECT_EQ(r.exit_code, 0) << r.output;
+  EXPECT_EQ(CountOf(r.output, "[JSBridge] Bridge mode: concurrent"), 1) << r.output;
+  EXPECT_EQ(CountOf(r.output, "[NodeRuntime] Timeout waiting for instances cleanup"), 0) << r.output;
+  EXPECT_EQ(CountOf(r.output, "[NodeRuntime] Remaining instances: 0"), 1) << r.output;
+  EXPECT_LT(r.seconds, 4.5) << r.output;
+}
+
 TEST(RuntimeLifecycle, InterruptAndHangupRunTheExitHandlerOnceThenTheDefaultAction) {
   for (int sig : {SIGINT, SIGHUP}) {
     ProcessResult r = RunProcess({Probe(), "wait-signal"}, std::chrono::seconds(60), "PROBE: READY", sig);

@@ -1,6 +1,7 @@
 // Questions and steps for the sandbox SDK inside tests: a script run on the
 // library's own bridge (see sandbox_run.h) whose failure fails the test, so
-// that a check of its value can never pass on a script that did not run.
+// that a check of its value can never pass on a script that did not run (or,
+// through SandboxNumber and SandboxFlag, on a value of the wrong kind).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -25,6 +26,20 @@ inline morvanta::JSValue SandboxEval(const std::string& script,
                   << (script.size() > kShown ? "..." : "");
   }
   return outcome.value;
+}
+
+// The number or the Boolean `script` yields. A value of another kind (a
+// property that is not there, say) fails the test like a failed script, so
+// a check for 0 or false cannot pass on it.
+inline double SandboxNumber(const std::string& script) {
+  const morvanta::JSValue value = SandboxEval(script);
+  if (!value.IsNumber()) ADD_FAILURE() << "sandbox script gave no number: " << script.substr(0, 400);
+  return value.numberValue;
+}
+inline bool SandboxFlag(const std::string& script) {
+  const morvanta::JSValue value = SandboxEval(script);
+  if (!value.IsBool()) ADD_FAILURE() << "sandbox script gave no Boolean: " << script.substr(0, 400);
+  return value.boolValue;
 }
 
 }  // namespace morvanta_test

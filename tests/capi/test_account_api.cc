@@ -1,0 +1,75 @@
+// The account family's requests as the sandbox service receives them: option
+// strings a host leaves NULL go out as empty strings (never missing, never
+// null), and the service's refusal of them comes back with its own code.
+#include <functional>
+#include <string>
+
+#include "capi/in_meeting_harness.h"
+
+using namespace morvanta_test;
+
+namespace {
+
+struct AccountSlot : CallbackSlot {
+  static void OnAccount(int code, const char* message, MorvantaAccountInfo* info, void* ud) {
+    static_cast<AccountSlot*>(ud)->Record(code, message, info);
+    Morvanta_FreeAccountInfo(info);
+  }
+};
+
+class AccountRequests : public CapiLibrary {
+ protected:
+  void SetUp() override {
+    CapiLibrary::SetUp();
+    account = Morvanta_GetAccountManager(sdk);
+    ASSERT_NE(account, nullptr);
+  }
+  void TearDown() override {
+    Morvanta_DestroyAccountManagerHandle(account);
+    CapiLibrary::TearDown();
+  }
+  MorvantaAccountManager_T* account = nullptr;
+};
+
+}  // namespace
+
+TEST_F(AccountRequests, NullStringsInOptionsAreSentAsEmptyStrings) {
+  // Logged in, so that the password reset gets as far as its options.
+  ASSERT_TRUE(SandboxLogin("alice", "alice-password"));
+  SandboxEval("morVantaSandbox.clearCalls()");
+  const MorvantaResetPasswordOptions reset{nullptr, nullptr};
+  const MorvantaLoginByPasswordOptions password{nullptr, nullptr};
+  const MorvantaLoginBySmsCodeOptions sms{nullptr, nullptr};
+  const MorvantaLoginByTokenOptions token{nullptr, nullptr, -1, -1};
+  struct Row {
+    const char* path;
+    std::function<int(AccountSlot*)> call;
+    const char* sent;     // the arguments the sandbox received, keys sorted
+    const char* refusal;  // the service's text for the first empty field
+  };
+  const Row rows[] = {
+      {"account.resetPassword",
+       [&](AccountSlot* s) { return Morvanta_Account_ResetPassword(account, &reset, &AccountSlot::OnPlain, s); },
+       R"([[{"newPassword":"","oldPassword":""}]])", "oldPassword is required"},
+      {"account.loginByPassword",
+       [&](AccountSlot* s) {
+         return Morvanta_Account_LoginByPassword(account, &password, &AccountSlot::OnAccount, s);
+       },
+       R"([[{"password":"","username":""}]])", "username is required"},
+      {"account.loginBySmsCode",
+       [&](AccountSlot* s) { return Morvanta_Account_LoginBySmsCode(account, &sms, &AccountSlot::OnAccount, s); },
+       R"([[{"phoneNumber":"","smsCode":""}]])", "phoneNumber is required"},
+      {"account.loginByToken",
+       [&](AccountSlot* s) { return Morvanta_Account_LoginByToken(account, &token, &AccountSlot::OnAccount, s); },
+       R"([[{"accountId":"","accountToken":""}]])", "accountId is required"},
+  };
+  for (const Row& row : rows) {
+    AccountSlot slot;
+    ASSERT_EQ(row.call(&slot), 0) << row.path;
+    ExpectOneCallback(slot, row.path);
+    EXPECT_EQ(slot.code, 1000) << row.path;  // the service's "invalid parameter"
+    EXPECT_EQ(slot.message, row.refusal) << row.path;
+    EXPECT_TRUE(slot.payload_null) << row.path;
+    EXPECT_EQ(SandboxArgs(row.path), row.sent) << row.path;
+  }
+}
