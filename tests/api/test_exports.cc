@@ -22,7 +22,8 @@ TEST(Exports, PlainNamesResolveExceptTheTwoWithCppLinkage) {
   ASSERT_NE(lib, nullptr) << dlerror();
   for (const char* name : {"Morvanta_Initialize", "Morvanta_Uninitialize", "Morvanta_Account_Logout",
                            "Morvanta_Account_LoginByPassword", "Morvanta_GetAudioManager", "Morvanta_FreeAccountInfo",
-                           "Morvanta_SetLogHandler", "Morvanta_SetLogLevel"})
+                           "Morvanta_SetLogHandler", "Morvanta_SetLogLevel", "Morvanta_SetDispatchMode",
+                           "Morvanta_GetDispatchMode", "Morvanta_GetDispatchFd", "Morvanta_Dispatch"})
     EXPECT_NE(dlsym(lib, name), nullptr) << name;
   EXPECT_EQ(dlsym(lib, "Morvanta_Account_LoginBySmsCode"), nullptr);
   EXPECT_NE(dlsym(lib, "_Z31Morvanta_Account_LoginBySmsCodeP24MorvantaAccountManager_TPK29MorvantaLoginBySmsCodeOptionsPFviPKcP19MorvantaAccountInfoPvES8_"),

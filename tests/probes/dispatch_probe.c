@@ -67,6 +67,9 @@ int main(int argc, char** argv) {
     fprintf(stderr, "PROBE: dispatch returned %d\n", (int)Morvanta_Dispatch(1));
     return 6; /* not reached: the callback exits */
   }
+  /* The handles are the host's; the queued calls are the library's. */
+  Morvanta_DestroyAudioManagerHandle(audio);
+  Morvanta_DestroyMemberManagerHandle(members);
   fprintf(stderr, "PROBE: returning from main\n");
   return 0;
 }
