@@ -17,6 +17,7 @@
 //    text parses to (the promise path hands over values, the synchronous
 //    path text);
 //  - a value survives the trip to the bridge's value type and back.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -47,7 +48,8 @@ struct Seen {
   int code = 0;
   std::string message;
   bool payload = false;
-  int64_t count = 0;
+  int64_t count = 0;   // list count, or the integer
+  std::string text;    // the string payload
 };
 
 void Check(bool holds, const char* what) {
@@ -68,8 +70,9 @@ void OnPlain(int code, const char* message, void* user_data) {
   Record(static_cast<Seen*>(user_data), code, message, false, 0);
 }
 void OnString(int code, const char* message, char* value, void* user_data) {
-  if (value) Check(strlen(value) < (1u << 30), "unterminated string");
-  Record(static_cast<Seen*>(user_data), code, message, value != nullptr, 0);
+  auto* seen = static_cast<Seen*>(user_data);
+  Record(seen, code, message, value != nullptr, 0);
+  if (value) seen->text = value;
   Morvanta_FreeString(value);
 }
 void OnInteger(int code, const char* message, uint32_t value, void* user_data) {
@@ -124,7 +127,14 @@ Seen Deliver(const MvResult<T>& r, Adapter&& make_adapter, bool injected) {
   }
   Check(seen.code == r.code, "callback code differs from the result's");
   Check(seen.message == r.message, "callback message differs from the result's");
+  if (r.code != 0) Check(!seen.payload, "payload on a failure");
   return seen;
+}
+
+// A success of a record family hands over a record (unless its allocation
+// was made to fail, which Deliver has checked).
+void CheckRecord(const Seen& seen, int32_t code) {
+  if (code == 0 && seen.code == 0) Check(seen.payload, "success without its C record");
 }
 
 // One family: converts `answer` and hands the result to its C adapter.
@@ -166,30 +176,34 @@ Outcome ConvertFamily(uint8_t family, const JSValue& answer, bool injected) {
     }
     case 1: {
       auto r = ConvertToMvResult<int>(answer);
-      Deliver(r, [](Seen* s) { return IntegerAdapter(&OnInteger, s); }, injected);
+      const Seen seen = Deliver(r, [](Seen* s) { return IntegerAdapter(&OnInteger, s); }, injected);
+      if (r.code == 0) Check(seen.count == std::max(*r.data, 0), "integer differs from the result's");
       return {r.code, r.message};
     }
     case 2: {
       auto r = ConvertToMvResult<std::string>(answer);
-      Deliver(r, [](Seen* s) { return StringAdapter(&OnString, s, &DupString); }, injected);
+      const Seen seen = Deliver(r, [](Seen* s) { return StringAdapter(&OnString, s, &DupString); }, injected);
+      // The C copy ends at the first NUL of the text.
+      if (r.code == 0 && seen.code == 0)
+        Check(seen.payload && seen.text == std::string(r.data->c_str()), "string differs from the result's");
       if (answer.IsString() && !LooksLikeJson(answer.stringValue))
         Check(r.data && *r.data == answer.stringValue, "plain text answer not passed on as it is");
       return {r.code, r.message};
     }
     case 3: {
       auto r = ConvertToMvResult<MvMeetingSDKInfo>(answer);
-      Deliver(r, [](Seen* s) {
+      CheckRecord(Deliver(r, [](Seen* s) {
         return RecordAdapter<MvMeetingSDKInfo, MorvantaMeetingSDKInfo>(
             &OnRecord<MorvantaMeetingSDKInfo, Morvanta_FreeMeetingInfo>, s, &BuildMeetingSDKInfo, "fail");
-      }, injected);
+      }, injected), r.code);
       return {r.code, r.message};
     }
     case 4: {
       auto r = ConvertToMvResult<MvMeetingInfo>(answer);
-      Deliver(r, [](Seen* s) {
+      CheckRecord(Deliver(r, [](Seen* s) {
         return RecordAdapter<MvMeetingInfo, MorvantaMeetingInfo>(
             &OnRecord<MorvantaMeetingInfo, Morvanta_FreePreMeetingInfo>, s, &BuildMeetingInfo, "fail");
-      }, injected);
+      }, injected), r.code);
       return {r.code, r.message};
     }
     case 5: {
@@ -200,27 +214,27 @@ Outcome ConvertFamily(uint8_t family, const JSValue& answer, bool injected) {
     }
     case 6: {
       auto r = ConvertToMvResult<MvChatroomPermission>(answer);
-      Deliver(r, [](Seen* s) {
+      CheckRecord(Deliver(r, [](Seen* s) {
         return RecordAdapter<MvChatroomPermission, MorvantaChatroomPermission>(
             &OnRecord<MorvantaChatroomPermission, Morvanta_FreeChatroomPermission>, s, &BuildChatroomPermission,
             "fail");
-      }, injected);
+      }, injected), r.code);
       return {r.code, r.message};
     }
     case 7: {
       auto r = ConvertToMvResult<MvAccountInfo>(answer);
-      Deliver(r, [](Seen* s) {
+      CheckRecord(Deliver(r, [](Seen* s) {
         return RecordAdapter<MvAccountInfo, MorvantaAccountInfo>(
             &OnRecord<MorvantaAccountInfo, Morvanta_FreeAccountInfo>, s, &BuildAccountInfo, "fail");
-      }, injected);
+      }, injected), r.code);
       return {r.code, r.message};
     }
     case 8: {
       auto r = ConvertToMvResult<MvChatMessage>(answer);
-      Deliver(r, [](Seen* s) {
+      CheckRecord(Deliver(r, [](Seen* s) {
         return RecordAdapter<MvChatMessage, MorvantaChatMessage>(
             &OnRecord<MorvantaChatMessage, Morvanta_FreeChatMessage>, s, &BuildChatMessage, "fail");
-      }, injected);
+      }, injected), r.code);
       return {r.code, r.message};
     }
     case 9: return ConvertList<MvDeviceBaseInfo, MorvantaDeviceInfo, uint32_t, Morvanta_FreeDeviceList>(
