@@ -108,6 +108,10 @@
 #endif
 
 namespace morvanta {
+// The wrapper's names live in an inline namespace: hosts write
+// morvanta::Session, and the mangled names can never meet the library's own
+// classes of the same names in a program that links both.
+inline namespace cxx {
 
 /* ======================================================================
  * Results
@@ -2313,6 +2317,7 @@ inline const WrappedExport kUnwrappedExports[] = {
 };
 }  // namespace detail
 
+}  // inline namespace cxx
 }  // namespace morvanta
 
 #endif /* MORVANTA_HPP */
