@@ -141,6 +141,10 @@ struct ProbeEvents {
   long long out_of_order = 0;
 };
 inline ProbeEvents g_probe_events;
+// How far the JavaScript clock (performance.timeOrigin + performance.now())
+// runs ahead of the system clock; the two differ by a fraction of a
+// millisecond, which is the size of the latencies measured.
+inline std::atomic<double> g_js_clock_ahead_ms{0};
 
 inline double EpochMs() {
   return std::chrono::duration<double, std::milli>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -150,7 +154,7 @@ inline double EpochMs() {
 inline void OnProbeEvent(const char* user_uuid, bool, void*) {
   const double now = EpochMs();
   const char* hash = std::strchr(user_uuid, '#');
-  const double fired = std::atof(user_uuid);
+  const double fired = std::atof(user_uuid) - g_js_clock_ahead_ms.load();
   const long long serial = hash ? std::atoll(hash + 1) : -1;
   std::lock_guard<std::mutex> lock(g_probe_events.m);
   g_probe_events.latencies_ms.push_back(now - fired);
@@ -237,8 +241,23 @@ struct EventFigures {
   double out_of_order = -1;
 };
 
+// Measures g_js_clock_ahead_ms: the JavaScript clock read between two
+// readings of the system clock, the pair closest together of 20.
+inline void MeasureJsClockOffset() {
+  double best_span = 1e9;
+  for (int i = 0; i < 20; ++i) {
+    const double before = EpochMs();
+    const morvanta::JSValue js = Eval("performance.timeOrigin + performance.now()");
+    const double after = EpochMs();
+    if (!js.IsNumber() || after - before >= best_span) continue;
+    best_span = after - before;
+    g_js_clock_ahead_ms = js.numberValue - (before + after) / 2;
+  }
+}
+
 inline EventFigures MeasureEvents(int rate, int seconds) {
   EventFigures f;
+  MeasureJsClockOffset();
   constexpr int kEvents = 200;
   ResetProbeEvents();
   StartFiring(kEvents, 1, 23);
