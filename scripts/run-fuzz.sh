@@ -6,12 +6,12 @@
 #   scripts/run-fuzz.sh [build-dir] [seconds-per-target] [target...]
 #   e.g. scripts/run-fuzz.sh build-fuzz 60 answers
 #
-# The seed corpora under tests/fuzz/corpus/<target> are only read; inputs the
+# The committed inputs under tests/fuzz/corpus/<target> are only read; inputs the
 # run finds go to <build-dir>/fuzz-corpus/<target>, findings (crash-*,
 # leak-*, timeout-*, oom-*) to <build-dir>/fuzz-findings/, the fuzzer's own
 # output to <build-dir>/fuzz-<target>.log. A finding ends that target's run
 # and makes the script fail once every target has run: turn it into a
-# regression test in the normal suite and add the input to the seed corpus.
+# regression test in the normal suite and commit the input beside the others.
 set -uo pipefail
 
 root="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"

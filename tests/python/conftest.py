@@ -6,6 +6,7 @@ runs the suite once per bridge mode (MORVANTA_BRIDGE_MODE).
 from __future__ import annotations
 
 import asyncio
+import importlib
 import json
 import os
 import pathlib
@@ -24,6 +25,16 @@ import morvanta  # noqa: E402
 
 APP_KEY = "python-app-key-01"
 ALICE = morvanta.LoginByPasswordOptions(username="alice", password="alice-password")
+
+
+def load_file(name: str, path: pathlib.Path) -> Any:
+    """Imports the script at `path` (a file outside the package) as module `name`."""
+    assert path.stem == name, path
+    sys.path.insert(0, str(path.parent))
+    try:
+        return importlib.import_module(name)
+    finally:
+        sys.path.remove(str(path.parent))
 
 
 @pytest.fixture

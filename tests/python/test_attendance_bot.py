@@ -2,11 +2,10 @@
 from __future__ import annotations
 
 import csv
-import importlib.util
 import pathlib
 from typing import Any
 
-from conftest import ROOT
+from conftest import ROOT, load_file
 
 SCENARIO = {"meeting": {
     "members": ["Grace Hopper", "Alan Turing", "Mallory Mole", "Ada Lovelace"], "memberCount": 3,
@@ -24,12 +23,7 @@ SCENARIO = {"meeting": {
 
 
 def load_bot() -> Any:
-    spec = importlib.util.spec_from_file_location(
-        "attendance_bot", ROOT / "bindings" / "python" / "examples" / "attendance_bot.py")
-    assert spec and spec.loader
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
+    return load_file("attendance_bot", ROOT / "bindings" / "python" / "examples" / "attendance_bot.py")
 
 
 async def test_attendance_bot(tmp_path: pathlib.Path, scenario: Any) -> None:

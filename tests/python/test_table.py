@@ -130,17 +130,13 @@ def test_method_names_are_the_snake_case_of_the_operations() -> None:
 
 
 def test_typed_face_is_current_and_matches_the_methods() -> None:
-    import importlib.util
     import inspect
 
-    from conftest import ROOT
+    from conftest import ROOT, load_file
 
     from morvanta import _api
     from morvanta._managers import MANAGER_CLASSES
-    spec = importlib.util.spec_from_file_location("render_api", ROOT / "bindings/python/tools/render_api.py")
-    assert spec and spec.loader
-    render = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(render)
+    render = load_file("render_api", ROOT / "bindings/python/tools/render_api.py")
     assert pathlib.Path(_api.__file__).read_text() == render.render(), "run bindings/python/tools/render_api.py"
     for family, runtime in MANAGER_CLASSES.items():
         typed = getattr(_api, f"{family}Manager")
