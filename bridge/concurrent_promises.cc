@@ -28,24 +28,37 @@ constexpr std::chrono::milliseconds kEntryTimeout{15000};
 
 // Builds an entry's slot: runs `handler` (the blocking wait's handler script
 // with the slot standing in for globalThis) and adds `__settled`, a promise
-// fulfilled the moment the handler marks the slot completed.
-constexpr char kSlotFactory[] = R"JS((function (promise, handler) {
-  var settle;
-  var slot = { __currentPromise: promise, __completedFlag: false };
-  slot.__settled = new Promise(function (resolve) { settle = resolve; });
-  Object.defineProperty(slot, '__promiseCompleted', {
+// fulfilled the moment the handler marks the slot completed. The accessor
+// lives on the slots' prototype, so every slot has the same fast shape.
+constexpr char kSlotFactory[] = R"JS((function () {
+  function Slot(promise) {
+    var slot = this;
+    this.__currentPromise = promise;
+    this.__completedFlag = false;
+    this.__settled = new Promise(function (resolve) { slot.__settle = resolve; });
+  }
+  Object.defineProperty(Slot.prototype, '__promiseCompleted', {
     get: function () { return this.__completedFlag; },
-    set: function (value) { this.__completedFlag = value; if (value === true) settle(); }
+    set: function (value) { this.__completedFlag = value; if (value === true) this.__settle(); }
   });
-  handler(slot);
-  return slot;
-}))JS";
+  return function (promise, handler) {
+    var slot = new Slot(promise);
+    handler(slot);
+    return slot;
+  };
+})())JS";
+
+// The names the worker reads from a slot, internalized once per environment
+// so that a read is a plain lookup.
+enum SlotKey { kSettled, kCompleted, kResult, kExtractSuccess, kExtractedResult, kSlotKeyCount };
+const char* const kSlotKeyNames[kSlotKeyCount] = {"__settled", "__completedFlag", "__promiseResult",
+                                                  "__extractSuccess", "__extractedResult"};
 
 JSResult<JSValue> Failure(std::string text) { return JSResult<JSValue>::Failure(MakeError(std::move(text))); }
 
-v8::Local<v8::Value> Field(v8::Local<v8::Context> context, v8::Local<v8::Object> object, const char* name) {
+v8::Local<v8::Value> Field(v8::Local<v8::Context> context, v8::Local<v8::Object> object, v8::Local<v8::String> key) {
   v8::Local<v8::Value> value;
-  if (!object->Get(context, V8String(context->GetIsolate(), name)).ToLocal(&value)) return {};
+  if (key.IsEmpty() || !object->Get(context, key).ToLocal(&value)) return {};
   return value;
 }
 
@@ -110,7 +123,7 @@ class TrackedAwaiter final : public PromiseAwaiter {
     v8::Local<v8::Value> made;
     v8::Local<v8::Value> settled;
     if (!factory->Call(context, context->Global(), 2, argv).ToLocal(&made) || !made->IsObject() ||
-        (settled = Field(context, made.As<v8::Object>(), "__settled")).IsEmpty() || !settled->IsPromise()) {
+        (settled = Field(context, made.As<v8::Object>(), Key(kSettled))).IsEmpty() || !settled->IsPromise()) {
       bridge_.InvokeCallback(task, Failure("Failed to execute Promise handler"));
       return;
     }
@@ -145,8 +158,8 @@ class TrackedAwaiter final : public PromiseAwaiter {
     v8::Local<v8::Object> slot = found->second.Get(isolate);
     slots_.erase(found);
     v8::TryCatch try_catch(isolate);
-    v8::Local<v8::Value> text = Field(context, slot, "__promiseResult");
-    if (!IsTrue(isolate, Field(context, slot, "__promiseCompleted")) || text.IsEmpty() || !text->IsString())
+    v8::Local<v8::Value> text = Field(context, slot, Key(kResult));
+    if (!IsTrue(isolate, Field(context, slot, Key(kCompleted))) || text.IsEmpty() || !text->IsString())
       return Failure("Promise timeout");
     const std::string json = V8ToUtf8(isolate, text);
     if (!IsSuccessOutcome(json)) return Failure("Promise rejected: " + json);
@@ -155,15 +168,17 @@ class TrackedAwaiter final : public PromiseAwaiter {
     v8::Local<v8::Value> ran;
     if (Scripts(context, nullptr, nullptr, &extract) &&
         extract->Call(context, context->Global(), 1, &arg).ToLocal(&ran) &&
-        IsTrue(isolate, Field(context, slot, "__extractSuccess"))) {
-      v8::Local<v8::Value> extracted = Field(context, slot, "__extractedResult");
+        IsTrue(isolate, Field(context, slot, Key(kExtractSuccess)))) {
+      v8::Local<v8::Value> extracted = Field(context, slot, Key(kExtractedResult));
       if (!extracted.IsEmpty())
         return JSResult<JSValue>::Success(bridge_.ConvertV8ObjectToJSValue(extracted, context));
     }
     return JSResult<JSValue>::Success(JSValue(json));
   }
 
-  // The three functions, compiled once per environment.
+  v8::Local<v8::String> Key(SlotKey key) { return keys_[key].Get(isolate_); }
+
+  // The three functions and the keys, made once per environment.
   bool Scripts(v8::Local<v8::Context> context, v8::Local<v8::Function>* factory, v8::Local<v8::Function>* handler,
                v8::Local<v8::Function>* extract) {
     v8::Isolate* isolate = context->GetIsolate();
@@ -173,6 +188,13 @@ class TrackedAwaiter final : public PromiseAwaiter {
           !CompileFunction(context, OverSlot(PromiseHandlerScriptText())).ToLocal(&h) ||
           !CompileFunction(context, OverSlot(PromiseExtractionScriptText())).ToLocal(&e))
         return false;
+      for (int k = 0; k < kSlotKeyCount; ++k) {
+        v8::Local<v8::String> key;
+        if (!v8::String::NewFromUtf8(isolate, kSlotKeyNames[k], v8::NewStringType::kInternalized).ToLocal(&key))
+          return false;
+        keys_[k].Reset(isolate, key);
+      }
+      isolate_ = isolate;
       factory_.Reset(isolate, f);
       handler_.Reset(isolate, h);
       extract_.Reset(isolate, e);
@@ -189,6 +211,8 @@ class TrackedAwaiter final : public PromiseAwaiter {
   v8::Global<v8::Function> factory_;
   v8::Global<v8::Function> handler_;
   v8::Global<v8::Function> extract_;
+  v8::Global<v8::String> keys_[kSlotKeyCount];
+  v8::Isolate* isolate_ = nullptr;
   std::atomic<bool> fail_requested_{false};
 };
 
