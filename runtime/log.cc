@@ -35,7 +35,7 @@ Route& TheRoute() {
 // holding the stream for the time of one short write. Waiting for the lock in
 // the kernel costs a sleep and a wake-up on both sides, far more than the
 // holder on the other core takes to finish, so a taker first retries briefly.
-constexpr int kStreamSpins = 256;
+constexpr int kStreamSpins = 64;
 
 void LockStream(FILE* stream) {
   for (int i = 0; i < kStreamSpins; ++i) {
