@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
@@ -251,6 +252,48 @@ TEST(LogStreams, ABatchHoldsLinesUntilAFlushAndKeepsThemInOrderWithErrorLines) {
   EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n[Tag] four\n");
   log::Info("[Tag] after");
   EXPECT_EQ(file.Text(), "[Tag] before\n[Tag] one\n[Tag] two\n[Tag] ❌ three\n[Tag] four\n[Tag] after\n");
+}
+
+TEST(LogStreams, LinesFromManyThreadsReachTheFileWholeWhileAnotherThreadFlushes) {
+  log::SetHandler(nullptr, nullptr);
+  std::fflush(stdout);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+  std::string text;
+  {
+    SharedLogFile file;
+    log::StdoutBatch batch;  // block-buffered, as while the worker runs
+    std::atomic<bool> writing{true};
+    std::thread flusher([&] {
+      while (writing.load()) log::FlushStdout();
+    });
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+      threads.emplace_back([t] {
+        for (int i = 0; i < 500; ++i) {
+          if (i % 50 == 0) log::Error("[Thread ", t, "] ❌ ", i, std::string(40, 'A' + t));
+          else log::Info("[Thread ", t, "] line ", i, std::string(300, 'a' + t));
+        }
+      });
+    for (auto& th : threads) th.join();
+    writing = false;
+    flusher.join();
+    log::FlushAll();
+    text = file.Text();
+  }
+  std::istringstream lines(text);
+  std::string line;
+  int counts[4] = {};
+  while (std::getline(lines, line)) {
+    ASSERT_EQ(line.rfind("[Thread ", 0), 0u) << line;
+    const int t = line[8] - '0';
+    ASSERT_TRUE(t >= 0 && t < 4) << line;
+    const bool error = line.find("❌") != std::string::npos;
+    const size_t tail = error ? 40 : 300;
+    ASSERT_GT(line.size(), tail) << line;
+    EXPECT_EQ(line.substr(line.size() - tail), std::string(tail, (error ? 'A' : 'a') + t)) << line;
+    ++counts[t];
+  }
+  for (int t = 0; t < 4; ++t) EXPECT_EQ(counts[t], 500) << "thread " << t;
 }
 
 TEST(LogStreams, AStreamTheHostBuffersItselfIsLeftAsItIs) {
