@@ -122,13 +122,21 @@ void Emit(int32_t level, bool to_error_stream, LineBuffer& line) {
     }
   }
   text[n] = '\n';
-  // Buffered lines of standard output go first, so that both streams keep
-  // their order when they are one file.
-  if (to_error_stream) FlushStream(stdout);
-  FILE* stream = to_error_stream ? stderr : stdout;
-  LockStream(stream);
-  fwrite_unlocked(text, 1, n + 1, stream);
-  funlockfile(stream);
+  LockStream(stdout);
+  if (to_error_stream) {
+    // Buffered lines of standard output go first, so that both streams keep
+    // their order when they are one file. Standard output stays locked until
+    // the line is out: a block-buffered stream writes a line that crosses the
+    // end of its buffer in two pieces, and this line must not land between
+    // another thread's two.
+    fflush_unlocked(stdout);
+    LockStream(stderr);
+    fwrite_unlocked(text, 1, n + 1, stderr);
+    funlockfile(stderr);
+  } else {
+    fwrite_unlocked(text, 1, n + 1, stdout);
+  }
+  funlockfile(stdout);
 }
 
 }  // namespace detail

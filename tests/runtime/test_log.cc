@@ -196,7 +196,9 @@ TEST(LogStreams, WithoutAHandlerLinesKeepTheirStreamAndNewline) {
 // redirection would; put back afterwards.
 class SharedLogFile {
  public:
-  SharedLogFile() : path_(::testing::TempDir() + "morvanta_log_batch.txt") {
+  // One file per process: CTest runs this binary's registrations side by side.
+  SharedLogFile()
+      : path_(::testing::TempDir() + "morvanta_log_batch." + std::to_string(getpid()) + ".txt") {
     std::fflush(stdout);
     std::fflush(stderr);
     saved_out_ = dup(STDOUT_FILENO);
