@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "capi/c_alloc.h"
-#include "capi/in_meeting_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
@@ -27,22 +27,50 @@ struct SentSlot : CallbackSlot {
 
 std::string Text(const char* s) { return s ? s : "<null>"; }
 
+using TextOptions = MorvantaChatroomTextMessageOptions;
+using FileOptions = MorvantaChatroomSendFileMessageOptions;
+using Chat = MorvantaChatroomManager_T;
+using Msg = const MorvantaChatMessage*;
+
+// The four operations on a message record, with what follows the record in the call.
+struct MessageOp {
+  const char* method;
+  int (*call)(Chat*, Msg, CallbackSlot&);
+  const char* extra;
+};
+const MessageOp kMessageOps[] = {
+    {"recallMessage",
+     [](Chat* h, Msg m, CallbackSlot& s) { return Morvanta_Chatroom_RecallMessage(h, m, CallbackSlot::OnPlain, &s); },
+     ""},
+    {"cancelSendFileMessage",
+     [](Chat* h, Msg m, CallbackSlot& s) {
+       return Morvanta_Chatroom_CancelSendFileMessage(h, m, CallbackSlot::OnPlain, &s);
+     },
+     ""},
+    {"downloadAttachment",
+     [](Chat* h, Msg m, CallbackSlot& s) {
+       return Morvanta_Chatroom_DownloadAttachment(h, m, "/tmp/save dir/a.png", CallbackSlot::OnPlain, &s);
+     },
+     R"(,"/tmp/save dir/a.png")"},
+    {"cancelDownloadAttachment",
+     [](Chat* h, Msg m, CallbackSlot& s) {
+       return Morvanta_Chatroom_CancelDownloadAttachment(h, m, CallbackSlot::OnPlain, &s);
+     },
+     ""},
+};
+
 class ChatroomApi : public InMeetingApi<MorvantaChatroomManager_T, Morvanta_GetChatroomManager,
                                         Morvanta_DestroyChatroomManagerHandle> {
  protected:
-  // A text message to everyone; the slot gets the sent record.
-  void SendText(SentSlot& slot, const char* text, const char* id_client = nullptr) {
-    MorvantaChatroomTextMessageOptions o{id_client, text, -1, nullptr, 0};
-    ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &slot), 0);
-    ExpectOneCallback(slot);
-    ASSERT_EQ(slot.code, 0) << slot.message;
+  // Sends the file options when `file`, else the text options.
+  int Send(bool file, const TextOptions& t, const FileOptions& f, SentSlot& slot) {
+    return file ? Morvanta_Chatroom_SendFileMessage(handle, &f, SentSlot::On, &slot)
+                : Morvanta_Chatroom_SendTextMessage(handle, &t, SentSlot::On, &slot);
   }
-  // A file message of `size` bytes; its upload runs on in the sandbox.
-  void SendFile(SentSlot& slot, uint64_t size) {
-    MorvantaChatroomSendFileMessageOptions o{"file-1", 0, "https://x.test/report.pdf", size, 0, 0, -1, nullptr, 0};
-    ASSERT_EQ(Morvanta_Chatroom_SendFileMessage(handle, &o, SentSlot::On, &slot), 0);
-    ExpectOneCallback(slot);
-    ASSERT_EQ(slot.code, 0) << slot.message;
+  // Sends and expects success; the slot gets the sent record.
+  void SendOk(SentSlot& slot, const TextOptions& t, const FileOptions& f = {}) {
+    ExpectAnswer(Send(t.text == nullptr, t, f, slot), slot, 0, "Success");
+    ASSERT_NE(slot.record, nullptr);
   }
 };
 
@@ -74,123 +102,93 @@ struct MessageRecord {
 TEST_F(ChatroomApi, RefusedCallsStartNothing) {
   SentSlot sent;
   CallbackSlot plain;
-  MorvantaChatroomTextMessageOptions text{nullptr, "hi", -1, nullptr, 0};
-  MorvantaChatroomTextMessageOptions no_text{nullptr, nullptr, -1, nullptr, 0};
-  MorvantaChatroomSendFileMessageOptions file{};
+  TextOptions text{nullptr, "hi", -1, nullptr, 0};
+  TextOptions no_text{nullptr, nullptr, -1, nullptr, 0};
+  FileOptions file{};
   MessageRecord rec;
   const MorvantaChatMessage* msg = &rec.m;
+  auto* on = &SentSlot::On;
+  auto* op = &CallbackSlot::OnPlain;
   struct Row {
     const char* what;
     const char* method;
+    CallbackSlot* slot;
     std::function<int()> call;
   };
   const Row rows[] = {
-      {"text: NULL handle", "sendTextMessage",
-       [&] { return Morvanta_Chatroom_SendTextMessage(nullptr, &text, SentSlot::On, &sent); }},
-      {"text: no manager", "sendTextMessage",
-       [&] { return Morvanta_Chatroom_SendTextMessage(&empty, &text, SentSlot::On, &sent); }},
-      {"text: NULL options", "sendTextMessage",
-       [&] { return Morvanta_Chatroom_SendTextMessage(handle, nullptr, SentSlot::On, &sent); }},
-      {"text: NULL text", "sendTextMessage",
-       [&] { return Morvanta_Chatroom_SendTextMessage(handle, &no_text, SentSlot::On, &sent); }},
-      {"file: NULL handle", "sendFileMessage",
-       [&] { return Morvanta_Chatroom_SendFileMessage(nullptr, &file, SentSlot::On, &sent); }},
-      {"file: no manager", "sendFileMessage",
-       [&] { return Morvanta_Chatroom_SendFileMessage(&empty, &file, SentSlot::On, &sent); }},
-      {"file: NULL options", "sendFileMessage",
-       [&] { return Morvanta_Chatroom_SendFileMessage(handle, nullptr, SentSlot::On, &sent); }},
-      {"recall: NULL handle", "recallMessage",
-       [&] { return Morvanta_Chatroom_RecallMessage(nullptr, msg, CallbackSlot::OnPlain, &plain); }},
-      {"recall: no manager", "recallMessage",
-       [&] { return Morvanta_Chatroom_RecallMessage(&empty, msg, CallbackSlot::OnPlain, &plain); }},
-      {"recall: NULL message", "recallMessage",
-       [&] { return Morvanta_Chatroom_RecallMessage(handle, nullptr, CallbackSlot::OnPlain, &plain); }},
-      {"cancel send: NULL handle", "cancelSendFileMessage",
-       [&] { return Morvanta_Chatroom_CancelSendFileMessage(nullptr, msg, CallbackSlot::OnPlain, &plain); }},
-      {"cancel send: NULL message", "cancelSendFileMessage",
-       [&] { return Morvanta_Chatroom_CancelSendFileMessage(handle, nullptr, CallbackSlot::OnPlain, &plain); }},
-      {"download: no manager", "downloadAttachment",
-       [&] { return Morvanta_Chatroom_DownloadAttachment(&empty, msg, "/tmp/a", CallbackSlot::OnPlain, &plain); }},
-      {"download: NULL message", "downloadAttachment",
-       [&] { return Morvanta_Chatroom_DownloadAttachment(handle, nullptr, "/tmp/a", CallbackSlot::OnPlain, &plain); }},
-      {"download: NULL save path", "downloadAttachment",
-       [&] { return Morvanta_Chatroom_DownloadAttachment(handle, msg, nullptr, CallbackSlot::OnPlain, &plain); }},
-      {"cancel download: no manager", "cancelDownloadAttachment",
-       [&] { return Morvanta_Chatroom_CancelDownloadAttachment(&empty, msg, CallbackSlot::OnPlain, &plain); }},
-      {"cancel download: NULL message", "cancelDownloadAttachment",
-       [&] { return Morvanta_Chatroom_CancelDownloadAttachment(handle, nullptr, CallbackSlot::OnPlain, &plain); }},
+      {"text: NULL handle", "sendTextMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendTextMessage(nullptr, &text, on, &sent); }},
+      {"text: no manager", "sendTextMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendTextMessage(&empty, &text, on, &sent); }},
+      {"text: NULL options", "sendTextMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendTextMessage(handle, nullptr, on, &sent); }},
+      {"text: NULL text", "sendTextMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendTextMessage(handle, &no_text, on, &sent); }},
+      {"file: NULL handle", "sendFileMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendFileMessage(nullptr, &file, on, &sent); }},
+      {"file: no manager", "sendFileMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendFileMessage(&empty, &file, on, &sent); }},
+      {"file: NULL options", "sendFileMessage", &sent,
+       [&] { return Morvanta_Chatroom_SendFileMessage(handle, nullptr, on, &sent); }},
+      {"recall: NULL handle", "recallMessage", &plain,
+       [&] { return Morvanta_Chatroom_RecallMessage(nullptr, msg, op, &plain); }},
+      {"recall: no manager", "recallMessage", &plain,
+       [&] { return Morvanta_Chatroom_RecallMessage(&empty, msg, op, &plain); }},
+      {"recall: NULL message", "recallMessage", &plain,
+       [&] { return Morvanta_Chatroom_RecallMessage(handle, nullptr, op, &plain); }},
+      {"cancel send: NULL handle", "cancelSendFileMessage", &plain,
+       [&] { return Morvanta_Chatroom_CancelSendFileMessage(nullptr, msg, op, &plain); }},
+      {"cancel send: NULL message", "cancelSendFileMessage", &plain,
+       [&] { return Morvanta_Chatroom_CancelSendFileMessage(handle, nullptr, op, &plain); }},
+      {"download: no manager", "downloadAttachment", &plain,
+       [&] { return Morvanta_Chatroom_DownloadAttachment(&empty, msg, "/tmp/a", op, &plain); }},
+      {"download: NULL message", "downloadAttachment", &plain,
+       [&] { return Morvanta_Chatroom_DownloadAttachment(handle, nullptr, "/tmp/a", op, &plain); }},
+      {"download: NULL save path", "downloadAttachment", &plain,
+       [&] { return Morvanta_Chatroom_DownloadAttachment(handle, msg, nullptr, op, &plain); }},
+      {"cancel download: no manager", "cancelDownloadAttachment", &plain,
+       [&] { return Morvanta_Chatroom_CancelDownloadAttachment(&empty, msg, op, &plain); }},
+      {"cancel download: NULL message", "cancelDownloadAttachment", &plain,
+       [&] { return Morvanta_Chatroom_CancelDownloadAttachment(handle, nullptr, op, &plain); }},
   };
-  for (const Row& row : rows) ExpectRefused(row.what, row.call(), row.method == std::string("sendTextMessage") ||
-                                                                          row.method == std::string("sendFileMessage")
-                                                                      ? static_cast<CallbackSlot&>(sent)
-                                                                      : plain,
-                                            std::string(kPath) + row.method);
+  for (const Row& row : rows) ExpectRefused(row.what, row.call(), *row.slot, std::string(kPath) + row.method);
 }
 
 TEST_F(ChatroomApi, SendsPassTheirOptionsPositionallyWithUnsetTailsUndefined) {
   const char* one[] = {"sim-member-02"};
   const char* with_null[] = {"sim-member-02", nullptr};
   struct Row {
-    std::function<int(SentSlot&)> send;
-    const char* method;
+    bool file;
+    TextOptions t;
+    FileOptions f;
     const char* args;
   };
   const Row rows[] = {
-      {[&](SentSlot& s) {
-         MorvantaChatroomTextMessageOptions o{"c-1", "hello", 1, one, 1};
-         return Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendTextMessage", R"js([["c-1","hello",true,["sim-member-02"]]])js"},
-      {[&](SentSlot& s) {
-         MorvantaChatroomTextMessageOptions o{nullptr, "hi", -1, nullptr, 0};
-         return Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendTextMessage", R"js([["","hi","(undefined)","(undefined)"]])js"},
-      {// A list with a count of 0 is no list; a NULL entry is "".
-       [&](SentSlot& s) {
-         MorvantaChatroomTextMessageOptions o{"", "hi", 0, one, 0};
-         return Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendTextMessage", R"js([["","hi",false,"(undefined)"]])js"},
-      {[&](SentSlot& s) {
-         MorvantaChatroomTextMessageOptions o{"", "hi", 5, with_null, 2};
-         return Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendTextMessage", R"js([["","hi",true,["sim-member-02",""]]])js"},
-      {// base64 carries the url's text as well.
-       [&](SentSlot& s) {
-         MorvantaChatroomSendFileMessageOptions o{"c-2", 1, "a.png", 1000, 64, 48, -1, nullptr, 0};
-         return Morvanta_Chatroom_SendFileMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendFileMessage",
+      {false, {"c-1", "hello", 1, one, 1}, {}, R"js([["c-1","hello",true,["sim-member-02"]]])js"},
+      {false, {nullptr, "hi", -1, nullptr, 0}, {}, R"js([["","hi","(undefined)","(undefined)"]])js"},
+      // A list with a count of 0 is no list; a NULL entry is "".
+      {false, {"", "hi", 0, one, 0}, {}, R"js([["","hi",false,"(undefined)"]])js"},
+      {false, {"", "hi", 5, with_null, 2}, {}, R"js([["","hi",true,["sim-member-02",""]]])js"},
+      // base64 carries the url's text as well.
+      {true, {}, {"c-2", 1, "a.png", 1000, 64, 48, -1, nullptr, 0},
        R"js([["c-2","image",{"base64":"a.png","height":48,"size":1000,"url":"a.png","width":64},"(undefined)","(undefined)"]])js"},
-      {[&](SentSlot& s) {
-         MorvantaChatroomSendFileMessageOptions o{nullptr, 0, nullptr, 5000000000ULL, 0, 0, 1, one, 1};
-         return Morvanta_Chatroom_SendFileMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendFileMessage",
+      {true, {}, {nullptr, 0, nullptr, 5000000000ULL, 0, 0, 1, one, 1},
        R"js([["","file",{"base64":"","height":0,"size":5000000000,"url":"","width":0},true,["sim-member-02"]]])js"},
-      {[&](SentSlot& s) {
-         MorvantaChatroomSendFileMessageOptions o{"", 2, "v.mp4", 1, 4294967295U, 1, 0, nullptr, 0};
-         return Morvanta_Chatroom_SendFileMessage(handle, &o, SentSlot::On, &s);
-       },
-       "sendFileMessage",
+      {true, {}, {"", 2, "v.mp4", 1, 4294967295U, 1, 0, nullptr, 0},
        R"js([["","file",{"base64":"v.mp4","height":1,"size":1,"url":"v.mp4","width":4294967295},false,"(undefined)"]])js"},
   };
   for (const Row& row : rows) {
     SandboxEval("morVantaSandbox.clearCalls()");
     SentSlot slot;
-    ASSERT_EQ(row.send(slot), 0) << row.args;
-    ExpectOneCallback(slot, row.args);
-    EXPECT_EQ(CallArgs(std::string(kPath) + row.method), row.args);
+    ExpectCalledBack(Send(row.file, row.t, row.f, slot), slot, row.args);
+    EXPECT_EQ(CallArgs(std::string(kPath) + (row.file ? "sendFileMessage" : "sendTextMessage")), row.args);
   }
 }
 
 TEST_F(ChatroomApi, MessageOperationsSendTheRecordAsOneObject) {
   MessageRecord full;
-  MorvantaChatMessage sparse_record{};  // every string NULL, no nested records
-  const MorvantaChatMessage& sparse = sparse_record;
-  sparse_record.message_type = const_cast<char*>("not-a-kind");
+  MorvantaChatMessage sparse{};  // every string NULL, no nested records
+  sparse.message_type = const_cast<char*>("not-a-kind");
   // Optional keys only when set; the kind as text ("text" when unknown);
   // progress always; tempFile never.
   const std::string full_js =
@@ -203,129 +201,69 @@ TEST_F(ChatroomApi, MessageOperationsSendTheRecordAsOneObject) {
       R"({"chatroomType":0,"from":"","fromClientType":"","fromNick":"","fromUserUuid":"","idClient":"",)"
       R"("isMe":false,"isPrivate":false,"messageType":"text","progress":{"percentage":0},"resend":false,)"
       R"("status":"","text":"","time":0,"type":""})";
-  struct Row {
-    const char* method;
-    std::function<int(const MorvantaChatMessage*, CallbackSlot&)> call;
-    const char* extra;  // what follows the message object
-  };
-  const Row rows[] = {
-      {"recallMessage",
-       [&](const MorvantaChatMessage* m, CallbackSlot& s) {
-         return Morvanta_Chatroom_RecallMessage(handle, m, CallbackSlot::OnPlain, &s);
-       },
-       ""},
-      {"cancelSendFileMessage",
-       [&](const MorvantaChatMessage* m, CallbackSlot& s) {
-         return Morvanta_Chatroom_CancelSendFileMessage(handle, m, CallbackSlot::OnPlain, &s);
-       },
-       ""},
-      {"downloadAttachment",
-       [&](const MorvantaChatMessage* m, CallbackSlot& s) {
-         return Morvanta_Chatroom_DownloadAttachment(handle, m, "/tmp/save dir/a.png", CallbackSlot::OnPlain, &s);
-       },
-       R"(,"/tmp/save dir/a.png")"},
-      {"cancelDownloadAttachment",
-       [&](const MorvantaChatMessage* m, CallbackSlot& s) {
-         return Morvanta_Chatroom_CancelDownloadAttachment(handle, m, CallbackSlot::OnPlain, &s);
-       },
-       ""},
-  };
-  for (const Row& row : rows) {
-    for (const MorvantaChatMessage* m : {static_cast<const MorvantaChatMessage*>(&full.m), &sparse}) {
+  for (const MessageOp& op : kMessageOps) {
+    for (Msg m : {static_cast<Msg>(&full.m), static_cast<Msg>(&sparse)}) {
       SandboxEval("morVantaSandbox.clearCalls()");
       CallbackSlot slot;
-      ASSERT_EQ(row.call(m, slot), 0) << row.method;
-      ExpectOneCallback(slot, row.method);
+      ExpectCalledBack(op.call(handle, m, slot), slot, op.method);
       const std::string& object = m == &full.m ? full_js : sparse_js;
-      EXPECT_EQ(CallArgs(std::string(kPath) + row.method), "[[" + object + row.extra + "]]") << row.method;
+      EXPECT_EQ(CallArgs(std::string(kPath) + op.method), "[[" + object + op.extra + "]]") << op.method;
     }
   }
 }
 
-TEST_F(ChatroomApi, SendAnswersBecomeTheSentRecordOrAFailureWithout) {
+TEST_F(ChatroomApi, AnswersBecomeTheSentRecordOrAFailureAndOtherOperationsSucceedWhenFulfilled) {
   const std::string data = R"({"messageUuid":"m-9","messageType":"text","text":"t","fromUserUuid":"u"})";
+  const std::string rejected = R"(Promise rejected: {"success":false,"error":"boom"})";
+  constexpr int kOthersOnly = 12345;  // a row the sends are not tried with
   struct Row {
     std::string rule;
-    int code;
-    std::string message;
-    bool record;
+    int code;             // for a send
+    std::string message;  // for a send
+    bool record;          // for a send
+    int other_code;       // for the operations on a record: any fulfilled call is a success
   };
   const Row rows[] = {
-      {"{answer: {code: 0, data: " + data + "}}", 0, "Success", true},
-      {"{answer: {result: {code: 0, data: " + data + "}}}", 0, "Success", true},
-      {"{answer: " + data + "}", 0, "Success", true},
-      {"{answer: {result: {code: 0}}}", -1, "Missing data field in result", false},
-      {"{answer: [1, 2]}", -1, "Invalid data format for conversion", false},
-      {"{fail: 'code', code: 1234, message: 'not now'}", 1234, "not now", false},
-      {"{fail: 'code', code: 1234, message: 'not now', shape: 'nested'}", 1234, "not now", false},
+      {"{answer: {code: 0, data: " + data + "}}", 0, "Success", true, 0},
+      {"{answer: {result: {code: 0, data: " + data + "}}}", 0, "Success", true, 0},
+      {"{answer: " + data + "}", 0, "Success", true, 0},
+      {"{answer: {result: {code: 0}}}", -1, "Missing data field in result", false, 0},
+      {"{answer: [1, 2]}", -1, "Invalid data format for conversion", false, 0},
+      {"{answer: {code: 1}}", kOthersOnly, "", false, 0},  // a code in the answer is not looked at
+      {"{answer: 'anything'}", kOthersOnly, "", false, 0},
+      {"{fail: 'code', code: 1234, message: 'not now'}", 1234, "not now", false, 0},
+      {"{fail: 'code', code: 1234, message: 'not now', shape: 'nested'}", 1234, "not now", false, 0},
       // The bridge's words for a rejected promise and for a thrown error.
-      {"{fail: 'reject', message: 'boom'}", -1, R"(Promise rejected: {"success":false,"error":"boom"})", false},
-      {"{fail: 'throw', message: 'thrown'}", -1, "Error: thrown", false},
+      {"{fail: 'reject', message: 'boom'}", -1, rejected, false, -1},
+      {"{fail: 'throw', message: 'thrown'}", -1, "Error: thrown", false, -1},
   };
-  for (const char* method : {"sendTextMessage", "sendFileMessage"}) {
-    for (const Row& row : rows) {
-      Override(std::string(kPath) + method, row.rule);
-      SentSlot slot;
-      MorvantaChatroomTextMessageOptions t{nullptr, "t", -1, nullptr, 0};
-      MorvantaChatroomSendFileMessageOptions f{nullptr, 0, "u", 1, 0, 0, -1, nullptr, 0};
-      int rc = method == std::string("sendTextMessage") ? Morvanta_Chatroom_SendTextMessage(handle, &t, SentSlot::On, &slot)
-                                                        : Morvanta_Chatroom_SendFileMessage(handle, &f, SentSlot::On, &slot);
-      ASSERT_EQ(rc, 0);
-      ExpectOneCallback(slot, row.rule);
-      EXPECT_EQ(slot.code, row.code) << method << " " << row.rule;
-      EXPECT_EQ(slot.message, row.message) << method << " " << row.rule;
-      EXPECT_EQ(slot.record != nullptr, row.record) << method << " " << row.rule;
-      if (row.record) EXPECT_STREQ(slot.record->message_uuid, "m-9");
-    }
-  }
-}
-
-TEST_F(ChatroomApi, OtherOperationsReportSuccessForAnyFulfilledCall) {
   MessageRecord rec;
-  struct Row {
-    const char* rule;
-    int code;
-    const char* message;
-  };
-  const Row rows[] = {
-      {"{answer: {code: 1}}", 0, "Success"},  // a code in the answer is not looked at
-      {"{fail: 'code', code: 77, message: 'no'}", 0, "Success"},
-      {"{answer: 'anything'}", 0, "Success"},
-      {"{fail: 'reject', message: 'boom'}", -1, R"(Promise rejected: {"success":false,"error":"boom"})"},
-      {"{fail: 'throw', message: 'thrown'}", -1, "Error: thrown"},
-  };
-  const std::pair<const char*, std::function<int(CallbackSlot&)>> calls[] = {
-      {"recallMessage",
-       [&](CallbackSlot& s) { return Morvanta_Chatroom_RecallMessage(handle, &rec.m, CallbackSlot::OnPlain, &s); }},
-      {"cancelSendFileMessage",
-       [&](CallbackSlot& s) {
-         return Morvanta_Chatroom_CancelSendFileMessage(handle, &rec.m, CallbackSlot::OnPlain, &s);
-       }},
-      {"downloadAttachment",
-       [&](CallbackSlot& s) {
-         return Morvanta_Chatroom_DownloadAttachment(handle, &rec.m, "/tmp/a", CallbackSlot::OnPlain, &s);
-       }},
-      {"cancelDownloadAttachment",
-       [&](CallbackSlot& s) {
-         return Morvanta_Chatroom_CancelDownloadAttachment(handle, &rec.m, CallbackSlot::OnPlain, &s);
-       }},
-  };
-  for (const auto& [method, call] : calls) {
-    for (const Row& row : rows) {
-      Override(std::string(kPath) + method, row.rule);
+  for (const Row& row : rows) {
+    for (bool file : {false, true}) {
+      if (row.code == kOthersOnly) break;
+      const std::string method = file ? "sendFileMessage" : "sendTextMessage";
+      const std::string what = method + " " + row.rule;
+      Override(kPath + method, row.rule);
+      SentSlot slot;
+      ExpectAnswer(Send(file, {nullptr, "t", -1, nullptr, 0}, {nullptr, 0, "u", 1, 0, 0, -1, nullptr, 0}, slot), slot,
+                   row.code, row.message, what);
+      EXPECT_EQ(slot.record != nullptr, row.record) << what;
+      if (row.record && slot.record) {
+        EXPECT_STREQ(slot.record->message_uuid, "m-9") << what;
+      }
+    }
+    for (const MessageOp& op : kMessageOps) {
+      Override(std::string(kPath) + op.method, row.rule);
       CallbackSlot slot;
-      ASSERT_EQ(call(slot), 0);
-      ExpectOneCallback(slot, row.rule);
-      EXPECT_EQ(slot.code, row.code) << method << " " << row.rule;
-      EXPECT_EQ(slot.message, row.message) << method << " " << row.rule;
+      ExpectAnswer(op.call(handle, &rec.m, slot), slot, row.other_code, row.other_code ? row.message : "Success",
+                   std::string(op.method) + " " + row.rule);
     }
   }
 }
 
 TEST_F(ChatroomApi, SentTextComesBackAsARecordThatRecallsTheMessage) {
   SentSlot sent;
-  SendText(sent, "oops, wrong room", "client-42");
-  EXPECT_EQ(sent.message, "Success");
+  SendOk(sent, {"client-42", "oops, wrong room", -1, nullptr, 0});
   const MorvantaChatMessage* r = sent.record;
   ASSERT_NE(r, nullptr);
   EXPECT_STREQ(r->text, "oops, wrong room");
@@ -339,10 +277,7 @@ TEST_F(ChatroomApi, SentTextComesBackAsARecordThatRecallsTheMessage) {
   const std::string uuid = Text(r->message_uuid);
 
   CallbackSlot recalled;
-  ASSERT_EQ(Morvanta_Chatroom_RecallMessage(handle, r, CallbackSlot::OnPlain, &recalled), 0);
-  ExpectOneCallback(recalled);
-  EXPECT_EQ(recalled.code, 0);
-  EXPECT_EQ(recalled.message, "Success");
+  ExpectAnswer(Morvanta_Chatroom_RecallMessage(handle, r, CallbackSlot::OnPlain, &recalled), recalled, 0, "Success");
   // The object the library rebuilt names the message the sandbox logged.
   EXPECT_TRUE(SandboxFlag("(function () { var a = morVantaSandbox.callsTo('chatroom.recallMessage')[0].args[0];"
                           " var m = morVantaSandbox.meeting.chat.find((x) => x.messageUuid === '" + uuid + "');"
@@ -352,11 +287,8 @@ TEST_F(ChatroomApi, SentTextComesBackAsARecordThatRecallsTheMessage) {
 
 TEST_F(ChatroomApi, PrivateTextReachesOnlyItsReceiver) {
   const char* to[] = {"sim-member-02"};
-  MorvantaChatroomTextMessageOptions o{nullptr, "just you", 1, to, 1};
   SentSlot slot;
-  ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &slot), 0);
-  ExpectOneCallback(slot);
-  ASSERT_EQ(slot.code, 0) << slot.message;
+  SendOk(slot, {nullptr, "just you", 1, to, 1});
   EXPECT_EQ(slot.record->is_private, 1);
   ASSERT_EQ(slot.record->to_user_uuid_count, 1);
   EXPECT_STREQ(slot.record->to_user_uuid_list[0], "sim-member-02");
@@ -364,18 +296,15 @@ TEST_F(ChatroomApi, PrivateTextReachesOnlyItsReceiver) {
 
   // The service's refusal arrives with its code and text, and no record.
   const char* stranger[] = {"nobody"};
-  MorvantaChatroomTextMessageOptions bad{nullptr, "hello?", 1, stranger, 1};
   SentSlot refused;
-  ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &bad, SentSlot::On, &refused), 0);
-  ExpectOneCallback(refused);
-  EXPECT_EQ(refused.code, 1104);
-  EXPECT_EQ(refused.message, "no member nobody in the meeting");
+  ExpectAnswer(Send(false, {nullptr, "hello?", 1, stranger, 1}, {}, refused), refused, 1104,
+               "no member nobody in the meeting");
   EXPECT_EQ(refused.record, nullptr);
 }
 
 TEST_F(ChatroomApi, FileUploadIsCancelledWithTheRecordItsSendGave) {
-  SentSlot sent;
-  SendFile(sent, 80ull * 1024 * 1024);  // long enough to be running still
+  SentSlot sent;  // long enough to be running still
+  SendOk(sent, {}, {"file-1", 0, "https://x.test/report.pdf", 80ull * 1024 * 1024, 0, 0, -1, nullptr, 0});
   const MorvantaChatMessage* r = sent.record;
   ASSERT_NE(r, nullptr);
   EXPECT_STREQ(r->message_type, "file");
@@ -386,18 +315,14 @@ TEST_F(ChatroomApi, FileUploadIsCancelledWithTheRecordItsSendGave) {
   EXPECT_EQ(r->percentage, 0.0);
   EXPECT_STREQ(r->total, "83886080");
 
-  CallbackSlot cancelled;
-  ASSERT_EQ(Morvanta_Chatroom_CancelSendFileMessage(handle, r, CallbackSlot::OnPlain, &cancelled), 0);
-  ExpectOneCallback(cancelled);
-  EXPECT_EQ(cancelled.code, 0);
-  EXPECT_EQ(cancelled.message, "Success");
+  CallbackSlot cancelled, again;
+  ExpectAnswer(Morvanta_Chatroom_CancelSendFileMessage(handle, r, CallbackSlot::OnPlain, &cancelled), cancelled, 0,
+               "Success");
   EXPECT_TRUE(SandboxFlag("morVantaSandbox.meeting.chat.every((m) => m.messageUuid !== '" +
                           Text(r->message_uuid) + "')"));
   // The sandbox refuses a second cancel, but the call was fulfilled: success.
-  CallbackSlot again;
-  ASSERT_EQ(Morvanta_Chatroom_CancelSendFileMessage(handle, r, CallbackSlot::OnPlain, &again), 0);
-  ExpectOneCallback(again);
-  EXPECT_EQ(again.code, 0);
+  ExpectAnswer(Morvanta_Chatroom_CancelSendFileMessage(handle, r, CallbackSlot::OnPlain, &again), again, 0,
+               "Success");
 }
 
 TEST_F(ChatroomApi, AttachmentDownloadRunsInTheServiceAndCanBeCancelled) {
@@ -409,15 +334,11 @@ TEST_F(ChatroomApi, AttachmentDownloadRunsInTheServiceAndCanBeCancelled) {
   m.message_uuid = const_cast<char*>(uuid.c_str());
   m.message_type = const_cast<char*>("file");
 
-  CallbackSlot started;
-  ASSERT_EQ(Morvanta_Chatroom_DownloadAttachment(handle, &m, "/tmp/huge.bin", CallbackSlot::OnPlain, &started), 0);
-  ExpectOneCallback(started);
-  EXPECT_EQ(started.code, 0);
-  EXPECT_EQ(started.message, "Success");
-  CallbackSlot cancelled;
-  ASSERT_EQ(Morvanta_Chatroom_CancelDownloadAttachment(handle, &m, CallbackSlot::OnPlain, &cancelled), 0);
-  ExpectOneCallback(cancelled);
-  EXPECT_EQ(cancelled.code, 0);
+  CallbackSlot started, cancelled;
+  ExpectAnswer(Morvanta_Chatroom_DownloadAttachment(handle, &m, "/tmp/huge.bin", CallbackSlot::OnPlain, &started),
+               started, 0, "Success");
+  ExpectAnswer(Morvanta_Chatroom_CancelDownloadAttachment(handle, &m, CallbackSlot::OnPlain, &cancelled), cancelled,
+               0, "Success");
   EXPECT_EQ(SandboxEval("morVantaSandbox.events.filter((e) => e.event === 'onAttachmentProgress')"
                         ".map((e) => e.args[1].direction + ':' + e.args[1].state + ':' + e.args[1].savePath).pop()")
                 .stringValue,
@@ -425,7 +346,7 @@ TEST_F(ChatroomApi, AttachmentDownloadRunsInTheServiceAndCanBeCancelled) {
 }
 
 TEST_F(ChatroomApi, NullCallbackStillSends) {
-  MorvantaChatroomTextMessageOptions o{nullptr, "fire and forget", -1, nullptr, 0};
+  TextOptions o{nullptr, "fire and forget", -1, nullptr, 0};
   ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &o, nullptr, nullptr), 0);
   MessageRecord rec;
   ASSERT_EQ(Morvanta_Chatroom_RecallMessage(handle, &rec.m, nullptr, nullptr), 0);
@@ -438,29 +359,25 @@ TEST_F(ChatroomApi, NullCallbackStillSends) {
 TEST_F(ChatroomApi, UnbuildableRecordIsMinusNineWithoutRecord) {
   morvanta::capi::FailAllocationAfter(1);
   SentSlot slot;
-  MorvantaChatroomTextMessageOptions o{nullptr, "hi", -1, nullptr, 0};
-  ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &slot), 0);
-  ExpectOneCallback(slot);
+  const int rc = Send(false, {nullptr, "hi", -1, nullptr, 0}, {}, slot);
+  ASSERT_TRUE(slot.Wait());
   morvanta::capi::FailAllocationAfter(0);
-  EXPECT_EQ(slot.code, -9);
-  EXPECT_EQ(slot.message, "Failed to allocate MorvantaChatMessage");
+  ExpectAnswer(rc, slot, -9, "Failed to allocate MorvantaChatMessage");
   EXPECT_EQ(slot.record, nullptr);
 }
 
 TEST_F(ChatroomApi, HandleKeptPastUninitializeAnswersBridgeNotInitialized) {
   Uninitialize();
   SentSlot sent;
-  MorvantaChatroomTextMessageOptions o{nullptr, "late", -1, nullptr, 0};
-  ASSERT_EQ(Morvanta_Chatroom_SendTextMessage(handle, &o, SentSlot::On, &sent), 0);
   CallbackSlot plain;
   MessageRecord rec;
-  ASSERT_EQ(Morvanta_Chatroom_CancelDownloadAttachment(handle, &rec.m, CallbackSlot::OnPlain, &plain), 0);
   // Reported at once, on the calling thread.
-  EXPECT_EQ(sent.Calls(), 1);
-  EXPECT_EQ(sent.code, -1);
-  EXPECT_EQ(sent.message, "Bridge not initialized");
+  ASSERT_EQ(Send(false, {nullptr, "late", -1, nullptr, 0}, {}, sent), 0);
+  ASSERT_EQ(Morvanta_Chatroom_CancelDownloadAttachment(handle, &rec.m, CallbackSlot::OnPlain, &plain), 0);
+  for (CallbackSlot* slot : {static_cast<CallbackSlot*>(&sent), &plain}) {
+    EXPECT_EQ(slot->Calls(), 1);
+    EXPECT_EQ(slot->code, -1);
+    EXPECT_EQ(slot->message, "Bridge not initialized");
+  }
   EXPECT_EQ(sent.record, nullptr);
-  EXPECT_EQ(plain.Calls(), 1);
-  EXPECT_EQ(plain.code, -1);
-  EXPECT_EQ(plain.message, "Bridge not initialized");
 }
