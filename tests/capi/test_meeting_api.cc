@@ -5,63 +5,37 @@
 #include <atomic>
 #include <thread>
 
-#include "capi/callback_slot.h"
-#include "capi/channel_events_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 using morvanta::JSValue;
 
 namespace {
 
-struct Counter {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
-  int code = 12345;
-  std::string message;
-  static void On(int code, const char* message, void* ud) {
-    auto* c = static_cast<Counter*>(ud);
-    std::lock_guard<std::mutex> lock(c->mutex);
-    ++c->calls;
-    c->code = code;
-    c->message = message;
-    c->cv.notify_all();
-  }
-  bool Wait() {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, std::chrono::seconds(20), [&] { return calls > 0; });
-  }
-};
-
 MorvantaMeetingListener ListenerFor(Heard* heard) {
   MorvantaMeetingListener l{};
   l.onMemberJoinMeeting = [](const MorvantaMember* m, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("join:") + m->uuid + "/" + m->name);
+    Tell(ud, std::string("join:") + m->uuid + "/" + m->name);
   };
-  l.onMemberLeaveMeeting = [](const MorvantaMember* m, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("leave:") + m->uuid);
-  };
+  l.onMemberLeaveMeeting = [](const MorvantaMember* m, void* ud) { Tell(ud, std::string("leave:") + m->uuid); };
   l.onMemberAudioMuteChanged = [](const char* uuid, bool mute, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("audio:") + uuid + (mute ? ":1" : ":0"));
+    Tell(ud, std::string("audio:") + uuid + (mute ? ":1" : ":0"));
   };
   l.onRoomEnded = [](const char* reason, const char* extra, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("ended:") + reason + "/" + extra);
+    Tell(ud, std::string("ended:") + reason + "/" + extra);
   };
-  l.onMemberJoinChatroom = [](const MorvantaMember*, uint32_t count, void* ud) {
-    static_cast<Heard*>(ud)->Add("chatroom:" + std::to_string(count));
+  l.onMemberJoinChatroom = [](const MorvantaMember*, uint32_t n, void* ud) {
+    Tell(ud, "chatroom:" + std::to_string(n));
   };
-  l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by,
-                                         void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("share:") + m->uuid + (sharing ? ":1" : ":0") + ":" +
-                                 (by ? by->uuid : "none"));
+  l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by, void* ud) {
+    Tell(ud, std::string("share:") + m->uuid + (sharing ? ":1" : ":0") + ":" + (by ? by->uuid : "none"));
   };
-  l.onReceiveChatroomMessages = [](const MorvantaChatMessage*, uint32_t count, void* ud) {
-    static_cast<Heard*>(ud)->Add("chat:" + std::to_string(count));
+  l.onReceiveChatroomMessages = [](const MorvantaChatMessage*, uint32_t n, void* ud) {
+    Tell(ud, "chat:" + std::to_string(n));
   };
   l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char*,
                                      const MorvantaMember*, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("ban:") + m->uuid + (banned ? ":1:" : ":0:") +
-                                 std::to_string(duration));
+    Tell(ud, std::string("ban:") + m->uuid + (banned ? ":1:" : ":0:") + std::to_string(duration));
   };
   l.user_data = heard;
   return l;
@@ -96,22 +70,22 @@ using MeetingApi = ChannelApi;
 
 TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
   SandboxEval("morVantaSandbox.clearCalls()");
-  Counter c;
+  CallbackSlot c;
   MorvantaMeetingCreateOptions create{};
   create.subject = "";
   MorvantaMeetingJoinOptions join{};
   join.meetingNum = "";
   MorvantaMeetingSDKInfo* info = nullptr;
-  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(nullptr, &create, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, nullptr, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(nullptr, &create, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, nullptr, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, CallbackSlot::OnPlain, &c), -1);
   create.subject = nullptr;
-  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, &join, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, nullptr, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_LeaveMeeting(nullptr, 0, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_EndMeeting(nullptr, Counter::On, &c), -1);
-  EXPECT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(nullptr, Counter::On, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &create, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, &join, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_JoinMeeting(meeting, nullptr, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_LeaveMeeting(nullptr, 0, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_EndMeeting(nullptr, CallbackSlot::OnPlain, &c), -1);
+  EXPECT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(nullptr, CallbackSlot::OnPlain, &c), -1);
   EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, nullptr), -1);
   EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(nullptr, &info), -1);
   EXPECT_EQ(Morvanta_Meeting_ReleaseMeeting(nullptr), -1);
@@ -121,7 +95,7 @@ TEST_F(MeetingApi, RefusedArgumentsReturnMinusOneWithoutCallback) {
   EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &l), -1);  // never added
   DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  EXPECT_EQ(c.calls, 0);
+  EXPECT_EQ(c.Calls(), 0);
   // None of them reached the SDK.
   EXPECT_EQ(SandboxEval("JSON.stringify(morVantaSandbox.calls.map((c) => c.path))").stringValue, "[]");
 }
@@ -141,8 +115,8 @@ TEST_F(MeetingApi, CreateSendsOnlyTheKeysThatAreSet) {
   o.startTime = 0;
   o.endTime = -1;
   o.enableWaitingRoom = -1;
-  Counter c;
-  ASSERT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &o, Counter::On, &c), 0);
+  CallbackSlot c;
+  ASSERT_EQ(Morvanta_Meeting_CreateMeeting(meeting, &o, CallbackSlot::OnPlain, &c), 0);
   ASSERT_TRUE(c.Wait());
   EXPECT_EQ(c.code, 0) << c.message;
   JSValue call = Seen(0);
@@ -165,16 +139,12 @@ TEST_F(MeetingApi, CreateSendsOnlyTheKeysThatAreSet) {
 TEST_F(MeetingApi, JoinLeaveEndAndRejoinCallTheSdkOnceEach) {
   RecordMeetingCalls();
   MorvantaMeetingJoinOptions join{"123456", nullptr, "Ann"};
-  Counter a, b, c, d;
-  ASSERT_EQ(Morvanta_Meeting_JoinMeeting(meeting, &join, Counter::On, &a), 0);
-  ASSERT_TRUE(a.Wait());
-  ASSERT_EQ(Morvanta_Meeting_LeaveMeeting(meeting, 2, Counter::On, &b), 0);
-  ASSERT_TRUE(b.Wait());
-  ASSERT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(meeting, Counter::On, &c), 0);
-  ASSERT_TRUE(c.Wait());
+  CallbackSlot a, b, c, d;
+  ExpectCalledBack(Morvanta_Meeting_JoinMeeting(meeting, &join, CallbackSlot::OnPlain, &a), a, "join");
+  ExpectCalledBack(Morvanta_Meeting_LeaveMeeting(meeting, 2, CallbackSlot::OnPlain, &b), b, "leave");
+  ExpectCalledBack(Morvanta_Meeting_RejoinAfterAdmittedToRoom(meeting, CallbackSlot::OnPlain, &c), c, "rejoin");
   ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, nullptr, nullptr), 0);  // NULL callback: still runs
-  ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, Counter::On, &d), 0);
-  ASSERT_TRUE(d.Wait());
+  ExpectCalledBack(Morvanta_Meeting_EndMeeting(meeting, CallbackSlot::OnPlain, &d), d, "end");
   const JSValue joined = Seen(0);
   ASSERT_NE(joined.Find("args"), nullptr);
   const JSValue& j = joined.Find("args")->arrayValue.at(0);
@@ -187,7 +157,6 @@ TEST_F(MeetingApi, JoinLeaveEndAndRejoinCallTheSdkOnceEach) {
   EXPECT_EQ(all.arrayValue[2].Find("name")->stringValue, "rejoinAfterAdmittedToRoom");
   EXPECT_EQ(all.arrayValue[3].Find("name")->stringValue, "endMeeting");
   EXPECT_EQ(all.arrayValue[4].Find("name")->stringValue, "endMeeting");
-  EXPECT_EQ(a.calls + b.calls + c.calls + d.calls, 4);
 }
 
 TEST_F(MeetingApi, ServiceFailuresReachTheCallbackWithTheirCode) {
@@ -195,35 +164,36 @@ TEST_F(MeetingApi, ServiceFailuresReachTheCallbackWithTheirCode) {
               " return Promise.resolve({code: 1001, message: 'no permission'}); }, true)");
   SandboxEval("(morVantaMeeting.getMeetingManager().endMeeting = function () {"
               " return Promise.reject(new Error('gone')); }, true)");
-  Counter leave, end;
-  ASSERT_EQ(Morvanta_Meeting_LeaveMeeting(meeting, 0, Counter::On, &leave), 0);
-  ASSERT_EQ(Morvanta_Meeting_EndMeeting(meeting, Counter::On, &end), 0);
-  ASSERT_TRUE(leave.Wait());
-  ASSERT_TRUE(end.Wait());
-  EXPECT_EQ(leave.code, 1001);
-  EXPECT_EQ(leave.message, "no permission");
+  CallbackSlot leave, end;
+  ExpectAnswer(Morvanta_Meeting_LeaveMeeting(meeting, 0, CallbackSlot::OnPlain, &leave), leave, 1001, "no permission");
+  ExpectCalledBack(Morvanta_Meeting_EndMeeting(meeting, CallbackSlot::OnPlain, &end), end);
   EXPECT_EQ(end.code, -1);
   EXPECT_NE(end.message.find("gone"), std::string::npos);
 }
 
-TEST_F(MeetingApi, MeetingInfoOutsideAMeetingIsMinus999AndNull) {
-  SandboxEval("(morVantaMeeting.getMeetingManager().getMeetingInfo = function () {"
-              " return Promise.resolve({code: 1020, message: 'not in a meeting', data: null}); }, true)");
-  MorvantaMeetingSDKInfo* info = reinterpret_cast<MorvantaMeetingSDKInfo*>(0x1);
-  EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, &info), -999);
-  EXPECT_EQ(info, nullptr);
-}
-
-TEST_F(MeetingApi, MeetingInfoInAMeetingIsARecordTheCallerFrees) {
-  SandboxEval(
-      "(morVantaMeeting.getMeetingManager().getMeetingInfo = function () {"
-      " return Promise.resolve({code: 0, data: {meetingId: 42, meetingNum: '900100', subject: 'Standup',"
-      " roomUuid: 'room-1', userUuid: 'u1', name: 'Ann', myUuid: 'u1', hostUuid: 'u1'}}); }, true)");
-  MorvantaMeetingSDKInfo* info = nullptr;
-  ASSERT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, &info), 0);
-  ASSERT_NE(info, nullptr);
-  EXPECT_EQ(info->meeting_id, 42);
-  Morvanta_FreeMeetingInfo(info);
+TEST_F(MeetingApi, MeetingInfoIsARecordTheCallerFreesInAMeetingAndMinus999AndNullOutside) {
+  struct Row {
+    const char* answer;  // what the SDK's getMeetingInfo resolves with
+    int rc;
+    int64_t meeting_id;  // 0: no record
+  } rows[] = {
+      {"{code: 1020, message: 'not in a meeting', data: null}", -999, 0},
+      {"{code: 0, data: {meetingId: 42, meetingNum: '900100', subject: 'Standup', roomUuid: 'room-1',"
+       " userUuid: 'u1', name: 'Ann', myUuid: 'u1', hostUuid: 'u1'}}", 0, 42},
+  };
+  for (const Row& row : rows) {
+    SandboxEval(std::string("(morVantaMeeting.getMeetingManager().getMeetingInfo = function () {"
+                            " return Promise.resolve(") + row.answer + "); }, true)");
+    MorvantaMeetingSDKInfo* info = reinterpret_cast<MorvantaMeetingSDKInfo*>(0x1);
+    EXPECT_EQ(Morvanta_Meeting_GetMeetingInfo(meeting, &info), row.rc) << row.answer;
+    if (!row.meeting_id) {
+      EXPECT_EQ(info, nullptr) << row.answer;
+      continue;
+    }
+    ASSERT_NE(info, nullptr);
+    EXPECT_EQ(info->meeting_id, row.meeting_id);
+    Morvanta_FreeMeetingInfo(info);
+  }
 }
 
 TEST_F(MeetingApi, EventsReachCListenersInOrderAndMalformedOnesAreDropped) {
