@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "capi/c_alloc.h"
-#include "capi/callback_slot.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
@@ -134,60 +134,50 @@ TEST_F(PreMeetingApi, EachExportSendsItsArgumentsAsTheSdkExpects) {
   MorvantaMeetingListParams paged{states, 2, 1, 2};
   MorvantaMeetingListParams no_states{states, 0, -1, 5};
   constexpr int64_t kBeyondDouble = (int64_t{1} << 53) + 1;
+  auto* one = &Slot::OnMeeting;
+  auto* list = &Slot::OnMeetings;
+  auto* plain = &Slot::OnPlain;
   struct Row {
-    const char* path;
+    const char* method;
     std::function<int(Slot*)> call;
     const char* args;
   };
   const Row rows[] = {
       // Scheduled members, join-before-host and the further settings stay out.
-      {"preMeeting.scheduleMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &full, Slot::OnMeeting, s); },
+      {"scheduleMeeting", [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &full, one, s); },
        R"([[{"enableWaitingRoom":true,"endTime":1700007200000,"password":"123456","startTime":1700003600000,)"
        R"("subject":"Design"}]])"},
-      {"preMeeting.scheduleMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &unset, Slot::OnMeeting, s); },
+      {"scheduleMeeting", [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &unset, one, s); },
        R"([[{"subject":""}]])"},
-      {"preMeeting.scheduleMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &from_zero, Slot::OnMeeting, s); },
+      {"scheduleMeeting", [&](Slot* s) { return Morvanta_PreMeeting_ScheduleMeeting(pre, &from_zero, one, s); },
        R"([[{"startTime":0,"subject":""}]])"},
-      {"preMeeting.editMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_EditMeeting(pre, 42, &edit, Slot::OnPlain, s); },
+      {"editMeeting", [&](Slot* s) { return Morvanta_PreMeeting_EditMeeting(pre, 42, &edit, plain, s); },
        R"([[42,{"enableJoinBeforeHost":false,"enableWaitingRoom":false,"endTime":1700000000000,"subject":"New"}]])"},
-      {"preMeeting.editMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_EditMeeting(pre, 42, &edit_unset, Slot::OnPlain, s); },
+      {"editMeeting", [&](Slot* s) { return Morvanta_PreMeeting_EditMeeting(pre, 42, &edit_unset, plain, s); },
        R"([[42,{}]])"},
-      {"preMeeting.cancelMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, 42, -1, Slot::OnPlain, s); }, "[[42]]"},
-      {"preMeeting.cancelMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, 42, 0, Slot::OnPlain, s); }, "[[42,false]]"},
-      {"preMeeting.cancelMeeting",
-       [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, kBeyondDouble, 7, Slot::OnPlain, s); },
+      {"cancelMeeting", [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, 42, -1, plain, s); }, "[[42]]"},
+      {"cancelMeeting", [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, 42, 0, plain, s); },
+       "[[42,false]]"},
+      {"cancelMeeting", [&](Slot* s) { return Morvanta_PreMeeting_CancelMeeting(pre, kBeyondDouble, 7, plain, s); },
        "[[9007199254740992,true]]"},
-      {"preMeeting.getMeetingListBySize",
-       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, Slot::OnMeetings, s); },
+      {"getMeetingListBySize", [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, list, s); },
        "[[{}]]"},
-      {"preMeeting.getMeetingListBySize",
-       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, &paged, Slot::OnMeetings, s); },
+      {"getMeetingListBySize", [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, &paged, list, s); },
        R"([[{"offset":1,"size":2,"states":[1,3]}]])"},
-      {"preMeeting.getMeetingListBySize",
-       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, &no_states, Slot::OnMeetings, s); },
+      {"getMeetingListBySize",
+       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingListBySize(pre, &no_states, list, s); },
        R"([[{"size":5}]])"},
-      {"preMeeting.getMeetingInfoByMeetingNum",
-       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingInfoByMeetingNum(pre, "", Slot::OnMeeting, s); },
-       R"([[""]])"},
-      {"preMeeting.getScheduledMembers",
+      {"getMeetingInfoByMeetingNum",
+       [&](Slot* s) { return Morvanta_PreMeeting_GetMeetingInfoByMeetingNum(pre, "", one, s); }, R"([[""]])"},
+      {"getScheduledMembers",
        [&](Slot* s) { return Morvanta_PreMeeting_GetScheduledMembers(pre, "9100000001", Slot::OnMembers, s); },
        R"([["9100000001"]])"},
   };
   for (const Row& row : rows) {
     SandboxEval("morVantaSandbox.clearCalls()");
     Slot s;
-    ASSERT_EQ(row.call(&s), 0) << row.args;
-    ASSERT_TRUE(s.Wait());
-    DrainWorker();
-    EXPECT_EQ(s.Calls(), 1) << row.args;
-    EXPECT_EQ(SandboxArgs(row.path), row.args);
+    ExpectCalledBack(row.call(&s), s, row.args);
+    EXPECT_EQ(SandboxArgs(std::string("preMeeting.") + row.method), row.args);
   }
 }
 
@@ -209,30 +199,23 @@ TEST_F(PreMeetingApi, AScheduledMeetingIsListedEditedReadBackAndCancelled) {
   MorvantaPreMeetingEditOptions e = UnsetEdit();
   e.subject = "Planning II";
   e.end_time = kNow + 3 * kHour;
-  Slot edited;
-  ASSERT_EQ(Morvanta_PreMeeting_EditMeeting(pre, made.id, &e, Slot::OnPlain, &edited), 0);
-  ASSERT_TRUE(edited.Wait());
+  Slot edited, listed, members, gone;
+  ExpectCalledBack(Morvanta_PreMeeting_EditMeeting(pre, made.id, &e, Slot::OnPlain, &edited), edited, "edit");
   EXPECT_EQ(edited.code, 0) << edited.message;
   EXPECT_FALSE(edited.message_null);
 
-  Slot listed;
-  ASSERT_EQ(Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, Slot::OnMeetings, &listed), 0);
-  ASSERT_TRUE(listed.Wait());
+  ExpectCalledBack(Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, Slot::OnMeetings, &listed), listed, "list");
   ASSERT_EQ(listed.code, 0) << listed.message;
   ASSERT_EQ(listed.count, 1);
   EXPECT_EQ(listed.meetings[0].subject, "Planning II");
   EXPECT_EQ(listed.meetings[0].end, kNow + 3 * kHour);
 
-  Slot members;
-  ASSERT_EQ(Morvanta_PreMeeting_GetScheduledMembers(pre, made.num.c_str(), Slot::OnMembers, &members), 0);
-  ASSERT_TRUE(members.Wait());
+  ExpectCalledBack(Morvanta_PreMeeting_GetScheduledMembers(pre, made.num.c_str(), Slot::OnMembers, &members), members);
   EXPECT_EQ(members.members, std::vector<std::string>{"user-alice-0001/host"});
 
   // A NULL callback is legal: the cancel still happens.
   ASSERT_EQ(Morvanta_PreMeeting_CancelMeeting(pre, made.id, -1, nullptr, nullptr), 0);
-  Slot gone;
-  ASSERT_EQ(Morvanta_PreMeeting_GetMeetingInfoByMeetingNum(pre, made.num.c_str(), Slot::OnMeeting, &gone), 0);
-  ASSERT_TRUE(gone.Wait());
+  ExpectCalledBack(Morvanta_PreMeeting_GetMeetingInfoByMeetingNum(pre, made.num.c_str(), Slot::OnMeeting, &gone), gone);
   EXPECT_EQ(gone.code, 1102);
   EXPECT_FALSE(gone.message.empty());
   EXPECT_TRUE(gone.payload_null);
@@ -243,8 +226,7 @@ TEST_F(PreMeetingApi, ScheduledRolesReadByTheRoleTable) {
   SandboxEval("morVantaMeeting.getPreMeetingManager().scheduleMeeting({scheduledMembers: ["
               "{userUuid: 'user-bob-0002', role: 'evaluator'}, {userUuid: 'user-carol-0003', role: 'member'}]})");
   Slot members;
-  ASSERT_EQ(Morvanta_PreMeeting_GetScheduledMembers(pre, "9100000001", Slot::OnMembers, &members), 0);
-  ASSERT_TRUE(members.Wait());
+  ExpectCalledBack(Morvanta_PreMeeting_GetScheduledMembers(pre, "9100000001", Slot::OnMembers, &members), members);
   ASSERT_EQ(members.code, 0) << members.message;
   EXPECT_EQ(members.count, 3);
   EXPECT_EQ(members.members,
@@ -278,8 +260,7 @@ TEST_F(PreMeetingApi, FailuresReachTheCallbackWithNoPayload) {
   for (const Row& row : rows) {
     SandboxEval(row.setup);
     Slot s;
-    ASSERT_EQ(row.call(&s), 0) << row.setup;
-    ASSERT_TRUE(s.Wait());
+    ExpectCalledBack(row.call(&s), s, row.setup);
     EXPECT_EQ(s.code, row.code) << row.setup;
     if (*row.message) {
       EXPECT_EQ(s.message, row.message);
@@ -294,8 +275,7 @@ TEST_F(PreMeetingApi, FailuresReachTheCallbackWithNoPayload) {
 TEST_F(PreMeetingApi, EmptyListsAndFailedAllocations) {
   SandboxEval("morVantaSandbox.override('preMeeting.getMeetingListBySize', {answer: {code: 0, data: []}})");
   Slot empty;
-  ASSERT_EQ(Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, Slot::OnMeetings, &empty), 0);
-  ASSERT_TRUE(empty.Wait());
+  ExpectCalledBack(Morvanta_PreMeeting_GetMeetingListBySize(pre, nullptr, Slot::OnMeetings, &empty), empty);
   EXPECT_EQ(empty.code, 0);
   EXPECT_TRUE(empty.payload_null);
   EXPECT_EQ(empty.count, 0);
