@@ -2,7 +2,9 @@
 // what reaches the SDK, how outcomes come back, the list's ownership and the
 // synchronous query's leniency.
 #include <chrono>
+#include <functional>
 
+#include "capi/fold_b_rows.h"
 #include "capi/waiting_room_harness.h"
 
 using namespace morvanta_test;
@@ -68,27 +70,32 @@ TEST_F(WaitingRoomApi, RefusalsAreSilentAndCallNothing) {
 
 TEST_F(WaitingRoomApi, CommandsPassTheirArgumentsAndTheSdkActsOnThem) {
   ASSERT_TRUE(OpenWaitingRoom(3));  // sim-member-03, -04 and -05 wait
-  CallbackSlot admit, expel, put, expelAll, admitAll;
-  ASSERT_EQ(Morvanta_WaitingRoom_AdmitMember(handle, "sim-member-03", 7, &CallbackSlot::OnPlain, &admit), 0);
-  ExpectOneCallback(admit, "admit");
-  ASSERT_EQ(Morvanta_WaitingRoom_ExpelMember(handle, "sim-member-04", 0, &CallbackSlot::OnPlain, &expel), 0);
-  ExpectOneCallback(expel, "expel");
-  ASSERT_EQ(Morvanta_WaitingRoom_PutInWaitingRoom(handle, "sim-member-03", &CallbackSlot::OnPlain, &put), 0);
-  ExpectOneCallback(put, "put back");
-  ASSERT_EQ(Morvanta_WaitingRoom_ExpelAll(handle, -1, &CallbackSlot::OnPlain, &expelAll), 0);
-  ExpectOneCallback(expelAll, "expel all");
-  ASSERT_EQ(Morvanta_WaitingRoom_AdmitAll(handle, &CallbackSlot::OnPlain, &admitAll), 0);
-  ExpectOneCallback(admitAll, "admit all");
-  for (CallbackSlot* s : {&admit, &expel, &put, &expelAll, &admitAll}) {
-    EXPECT_EQ(s->code, 0) << s->message;
-    EXPECT_EQ(s->message, "");
-    EXPECT_FALSE(s->message_null);
+  auto* on = &CallbackSlot::OnPlain;
+  struct Row {
+    const char* method;
+    std::function<int(CallbackSlot*)> call;
+    const char* args;
+  } rows[] = {
+      {"admitMember",
+       [&](CallbackSlot* s) { return Morvanta_WaitingRoom_AdmitMember(handle, "sim-member-03", 7, on, s); },
+       R"([["sim-member-03",true]])"},
+      {"expelMember",
+       [&](CallbackSlot* s) { return Morvanta_WaitingRoom_ExpelMember(handle, "sim-member-04", 0, on, s); },
+       R"([["sim-member-04",false]])"},
+      {"putInWaitingRoom",
+       [&](CallbackSlot* s) { return Morvanta_WaitingRoom_PutInWaitingRoom(handle, "sim-member-03", on, s); },
+       R"([["sim-member-03"]])"},
+      // Any non-zero flag is true.
+      {"expelAllMembers", [&](CallbackSlot* s) { return Morvanta_WaitingRoom_ExpelAll(handle, -1, on, s); },
+       "[[true]]"},
+      {"admitAllMembers", [&](CallbackSlot* s) { return Morvanta_WaitingRoom_AdmitAll(handle, on, s); }, "[[]]"},
+  };
+  for (const Row& row : rows) {
+    CallbackSlot s;
+    ExpectAnswer(row.call(&s), s, 0, "", row.method);
+    EXPECT_FALSE(s.message_null) << row.method;
+    EXPECT_EQ(SandboxArgs(std::string("waitingRoom.") + row.method), row.args);
   }
-  EXPECT_EQ(SandboxArgs("waitingRoom.admitMember"), R"([["sim-member-03",true]])");
-  EXPECT_EQ(SandboxArgs("waitingRoom.expelMember"), R"([["sim-member-04",false]])");
-  EXPECT_EQ(SandboxArgs("waitingRoom.putInWaitingRoom"), R"([["sim-member-03"]])");
-  EXPECT_EQ(SandboxArgs("waitingRoom.expelAllMembers"), "[[true]]");  // any non-zero flag is true
-  EXPECT_EQ(SandboxArgs("waitingRoom.admitAllMembers"), "[[]]");
   // -03 was admitted, put back and sent away with -05; -04 was expelled alone.
   EXPECT_EQ(SandboxNumber("morVantaSandbox.meeting.waitingRoom.memberCount"), 0);
   EXPECT_FALSE(SandboxFlag("morVantaSandbox.meeting.members.some((m) => m.uuid === 'sim-member-03')"));
@@ -98,22 +105,18 @@ TEST_F(WaitingRoomApi, RefusedCommandsFailWithTheServiceTextAndAnsweredOnesSucce
   ASSERT_TRUE(OpenWaitingRoom(1));
   CallbackSlot empty_uuid, host_back, denied;
   // An empty uuid is sent as it is; the sandbox rejects it.
-  ASSERT_EQ(Morvanta_WaitingRoom_AdmitMember(handle, "", 0, &CallbackSlot::OnPlain, &empty_uuid), 0);
-  ExpectOneCallback(empty_uuid);
+  ExpectCalledBack(Morvanta_WaitingRoom_AdmitMember(handle, "", 0, &CallbackSlot::OnPlain, &empty_uuid), empty_uuid);
   EXPECT_EQ(empty_uuid.code, -1);
   EXPECT_NE(empty_uuid.message.find("is not in the waiting room"), std::string::npos) << empty_uuid.message;
   EXPECT_EQ(SandboxArgs("waitingRoom.admitMember"), R"([["",false]])");
-  ASSERT_EQ(Morvanta_WaitingRoom_PutInWaitingRoom(handle, "local-user", &CallbackSlot::OnPlain, &host_back), 0);
-  ExpectOneCallback(host_back);
+  ExpectCalledBack(Morvanta_WaitingRoom_PutInWaitingRoom(handle, "local-user", &CallbackSlot::OnPlain, &host_back),
+                   host_back);
   EXPECT_EQ(host_back.code, -1);
   EXPECT_NE(host_back.message.find("1108"), std::string::npos) << host_back.message;
 
   // An SDK that resolves with a failure in its answer still counts as done.
   Override("waitingRoom.expelAllMembers", "{answer: {code: 1001, message: 'denied'}}");
-  ASSERT_EQ(Morvanta_WaitingRoom_ExpelAll(handle, 0, &CallbackSlot::OnPlain, &denied), 0);
-  ExpectOneCallback(denied);
-  EXPECT_EQ(denied.code, 0);
-  EXPECT_EQ(denied.message, "");
+  ExpectAnswer(Morvanta_WaitingRoom_ExpelAll(handle, 0, &CallbackSlot::OnPlain, &denied), denied, 0, "");
 
   // Without a callback the call still runs; the outcome is only logged.
   ASSERT_EQ(Morvanta_WaitingRoom_AdmitAll(handle, nullptr, nullptr), 0);
@@ -124,21 +127,18 @@ TEST_F(WaitingRoomApi, RefusedCommandsFailWithTheServiceTextAndAnsweredOnesSucce
 TEST_F(WaitingRoomApi, MemberListIsTheCallersArrayAndPassesItsNumbersThrough) {
   ASSERT_TRUE(OpenWaitingRoom(2));
   ListSlot all, newest;
-  ASSERT_EQ(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &all), 0);
-  ExpectOneCallback(all);
+  ExpectCalledBack(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &all), all);
   EXPECT_EQ(all.code, 0) << all.message;
   EXPECT_EQ(all.count, 2);
   EXPECT_EQ(all.members,
             (std::vector<std::string>{"sim-member-03/Ada Lovelace/1/joined", "sim-member-04/Linus Torvalds/1/joined"}));
 
-  ASSERT_EQ(Morvanta_WaitingRoom_GetMemberList(handle, 0, 1, 0, &ListSlot::On, &newest), 0);
-  ExpectOneCallback(newest);
+  ExpectCalledBack(Morvanta_WaitingRoom_GetMemberList(handle, 0, 1, 0, &ListSlot::On, &newest), newest);
   EXPECT_EQ(newest.members, (std::vector<std::string>{"sim-member-04/Linus Torvalds/1/joined"}));
 
   // A 64-bit cursor beyond 32 bits reaches JavaScript exactly.
   ListSlot after;
-  ASSERT_EQ(Morvanta_WaitingRoom_GetMemberList(handle, 4102444800000LL, 5, 2, &ListSlot::On, &after), 0);
-  ExpectOneCallback(after);
+  ExpectCalledBack(Morvanta_WaitingRoom_GetMemberList(handle, 4102444800000LL, 5, 2, &ListSlot::On, &after), after);
   EXPECT_EQ(after.code, 0);
   EXPECT_TRUE(after.payload_null);  // nobody joined after that time: an empty list is NULL, 0
   EXPECT_EQ(after.count, 0);
@@ -149,16 +149,14 @@ TEST_F(WaitingRoomApi, MemberListFailuresCarryTheServiceCodeAndNoArray) {
   // Not the host: the query answers the refusal with its code.
   ASSERT_TRUE(EnterQuietMeeting(false));
   ListSlot refused, missing;
-  ASSERT_EQ(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &refused), 0);
-  ExpectOneCallback(refused);
+  ExpectCalledBack(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &refused), refused);
   EXPECT_EQ(refused.code, 1103);
   EXPECT_FALSE(refused.message.empty());
   EXPECT_TRUE(refused.payload_null);
   EXPECT_EQ(refused.count, 0);
 
   Override("waitingRoom.getWaitingRoomMemberList", "{answer: {code: 0, message: 'ok'}}");
-  ASSERT_EQ(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &missing), 0);
-  ExpectOneCallback(missing);
+  ExpectCalledBack(Morvanta_WaitingRoom_GetMemberList(handle, 0, 0, 1, &ListSlot::On, &missing), missing);
   EXPECT_EQ(missing.code, -1);  // a success without a list is no success
   EXPECT_EQ(missing.message, "Invalid data format for conversion");
   EXPECT_TRUE(missing.payload_null);
@@ -166,29 +164,28 @@ TEST_F(WaitingRoomApi, MemberListFailuresCarryTheServiceCodeAndNoArray) {
 
 TEST_F(WaitingRoomApi, InfoIsReadInAMeetingAndIsAZeroRecordOutsideOne) {
   ASSERT_TRUE(OpenWaitingRoom(2));
-  MorvantaWaitingRoomInfo info{};
-  ASSERT_EQ(Morvanta_WaitingRoom_GetInfo(handle, &info), 0);
-  EXPECT_EQ(info.member_count, 2);
-  EXPECT_TRUE(info.is_enabled_on_entry);
-  ASSERT_NE(info.background_image_url, nullptr);
-  EXPECT_STREQ(info.background_image_url, "");
-
-  Override("waitingRoom.getWaitingRoomInfo",
-           "{answer: {code: 0, data: {memberCount: 9.9, isEnabledOnEntry: false, backgroundImageUrl: 'https://bg'}},"
-           " times: 1}");
-  ASSERT_EQ(Morvanta_WaitingRoom_GetInfo(handle, &info), 0);
-  EXPECT_EQ(info.member_count, 9);
-  EXPECT_FALSE(info.is_enabled_on_entry);
-  EXPECT_STREQ(info.background_image_url, "https://bg");
-
-  // Outside a meeting the service refuses; the caller sees success and zeros.
-  ASSERT_TRUE(SandboxFlag("morVantaSandbox.leaveMeetingNow()"));
-  info = MorvantaWaitingRoomInfo{7, true, nullptr};
-  ASSERT_EQ(Morvanta_WaitingRoom_GetInfo(handle, &info), 0);
-  EXPECT_EQ(info.member_count, 0);
-  EXPECT_FALSE(info.is_enabled_on_entry);
-  ASSERT_NE(info.background_image_url, nullptr);
-  EXPECT_STREQ(info.background_image_url, "");
+  struct Row {
+    const char* setup;  // run before the read
+    int32_t member_count;
+    bool enabled;
+    const char* background;
+  } rows[] = {
+      {"true", 2, true, ""},
+      {"(morVantaSandbox.override('waitingRoom.getWaitingRoomInfo', {answer: {code: 0, data: {memberCount: 9.9,"
+       " isEnabledOnEntry: false, backgroundImageUrl: 'https://bg'}}, times: 1}), true)",
+       9, false, "https://bg"},
+      // Outside a meeting the service refuses; the caller sees success and zeros.
+      {"morVantaSandbox.leaveMeetingNow()", 0, false, ""},
+  };
+  for (const Row& row : rows) {
+    ASSERT_TRUE(SandboxFlag(row.setup)) << row.setup;
+    MorvantaWaitingRoomInfo info{7, true, nullptr};
+    ASSERT_EQ(Morvanta_WaitingRoom_GetInfo(handle, &info), 0) << row.setup;
+    EXPECT_EQ(info.member_count, row.member_count) << row.setup;
+    EXPECT_EQ(info.is_enabled_on_entry, row.enabled) << row.setup;
+    ASSERT_NE(info.background_image_url, nullptr) << row.setup;
+    EXPECT_STREQ(info.background_image_url, row.background) << row.setup;
+  }
   EXPECT_EQ(CallCount("waitingRoom.getWaitingRoomInfo"), 3);
 }
 
