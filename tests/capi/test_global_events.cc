@@ -4,7 +4,7 @@
 // where the test needs records the SDK would never send.
 #include <thread>
 
-#include "capi/channel_events_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
@@ -12,15 +12,9 @@ namespace {
 
 MorvantaGlobalEventListener ListenerFor(Heard* heard) {
   MorvantaGlobalEventListener l{};
-  l.before_rtc_engine_initialize = [](const char* room, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("before:") + room);
-  };
-  l.after_rtc_engine_initialize = [](const char* room, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("after:") + room);
-  };
-  l.before_rtc_engine_release = [](const char* room, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("release:") + room);
-  };
+  l.before_rtc_engine_initialize = [](const char* room, void* ud) { Tell(ud, std::string("before:") + room); };
+  l.after_rtc_engine_initialize = [](const char* room, void* ud) { Tell(ud, std::string("after:") + room); };
+  l.before_rtc_engine_release = [](const char* room, void* ud) { Tell(ud, std::string("release:") + room); };
   l.user_data = heard;
   return l;
 }
@@ -52,12 +46,19 @@ void Push(const std::string& records) {
 
 double ArrayLength() { return SandboxNumber("globalThis.__morvantaGlobalEventCallbacks.length"); }
 
-using GlobalEvents = CapiLibrary;
+class GlobalEvents : public CapiLibrary {
+ protected:
+  // Adds the fixture's listener and waits until its JavaScript side is attached.
+  void Listen() {
+    l = ListenerFor(&heard);
+    ASSERT_TRUE(AddAndWait(l));
+  }
+  Heard heard;
+  MorvantaGlobalEventListener l{};
+};
 
 TEST_F(GlobalEvents, TheThreeEventsReachTheListenerWithTheirRoomUuid) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
   EXPECT_EQ(JsListeners(), 1);
 
   EXPECT_EQ(Emit("beforeRtcEngineInitialize", "'room-1'"), 1);
@@ -65,25 +66,21 @@ TEST_F(GlobalEvents, TheThreeEventsReachTheListenerWithTheirRoomUuid) {
   EXPECT_EQ(Emit("beforeRtcEngineRelease", "'room-1', {roomUuid: 'room-1', sandbox: true}"), 1);
   // No room uuid at all reaches the host as an empty text.
   EXPECT_EQ(Emit("beforeRtcEngineRelease", ""), 1);
-  ASSERT_TRUE(heard.WaitFor(4));
-  EXPECT_EQ(heard.Copy(), (std::vector<std::string>{"before:room-1", "after:room-1", "release:room-1", "release:"}));
+  EXPECT_EQ(HeardAfter(heard, 4, 0),
+            (std::vector<std::string>{"before:room-1", "after:room-1", "release:room-1", "release:"}));
 
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
 }
 
 TEST_F(GlobalEvents, AddingTheSameRecordTwiceChangesNothing) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
   MorvantaGlobalEventListener copy = l;
   EXPECT_EQ(Morvanta_AddGlobalEventListener(&copy), 0);
 
   // Still served, once per event: the duplicate neither stalled the channel
   // nor was added a second time.
   Emit("beforeRtcEngineInitialize", "'r'");
-  ASSERT_TRUE(heard.WaitFor(1));
-  std::this_thread::sleep_for(std::chrono::milliseconds(250));
-  EXPECT_EQ(heard.Copy(), std::vector<std::string>{"before:r"});
+  EXPECT_EQ(HeardAfter(heard, 1), std::vector<std::string>{"before:r"});
   EXPECT_EQ(JsListeners(), 1);
 
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
@@ -117,18 +114,14 @@ TEST_F(GlobalEvents, ASecondRecordStallsTheChannelUntilAllAreRemoved) {
   // Emptied and added again, the channel works.
   ASSERT_TRUE(AddAndWait(b));
   Emit("beforeRtcEngineRelease", "'again'");
-  ASSERT_TRUE(second.WaitFor(1));
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  EXPECT_EQ(second.Copy(), std::vector<std::string>{"release:again"});
+  EXPECT_EQ(HeardAfter(second, 1, 200), std::vector<std::string>{"release:again"});
   EXPECT_EQ(first.Size(), 0u);
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&b), 0);
 }
 
 TEST_F(GlobalEvents, RemovingTheOnlyListenerStopsTheLoopAndClearsTheArray) {
   const int baseline = ThreadCount();
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
   Emit("beforeRtcEngineInitialize", "'r'");
   ASSERT_TRUE(heard.WaitFor(1));
   EXPECT_EQ(ThreadCount(), baseline + 1);
@@ -147,19 +140,16 @@ TEST_F(GlobalEvents, RemovingTheOnlyListenerStopsTheLoopAndClearsTheArray) {
 }
 
 TEST_F(GlobalEvents, RecordsAreComparedFieldByFieldAndNullFunctionsAreAllowed) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
   EXPECT_EQ(Morvanta_AddGlobalEventListener(nullptr), -1);
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(nullptr), -1);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
 
   // A NULL where the registered record has a function is another listener.
   MorvantaGlobalEventListener partial = l;
   partial.after_rtc_engine_initialize = nullptr;
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&partial), -1);
   Emit("afterRtcEngineInitialize", "'still'");
-  ASSERT_TRUE(heard.WaitFor(1));
-  EXPECT_EQ(heard.Copy(), std::vector<std::string>{"after:still"});
+  EXPECT_EQ(HeardAfter(heard, 1, 0), std::vector<std::string>{"after:still"});
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
 
   // A record without functions is served like any other, and hears nothing.
@@ -181,16 +171,12 @@ TEST_F(GlobalEvents, RecordsAreComparedFieldByFieldAndNullFunctionsAreAllowed) {
   Emit("beforeRtcEngineInitialize", "'a'");
   Emit("afterRtcEngineInitialize", "'a'");
   Emit("beforeRtcEngineRelease", "'a'");
-  ASSERT_TRUE(heard.WaitFor(2));
-  std::this_thread::sleep_for(std::chrono::milliseconds(200));
-  EXPECT_EQ(heard.Copy(), (std::vector<std::string>{"after:still", "release:a"}));
+  EXPECT_EQ(HeardAfter(heard, 2, 200), (std::vector<std::string>{"after:still", "release:a"}));
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&releases), 0);
 }
 
 TEST_F(GlobalEvents, BadRecordsAreLoggedAndTheRestOfTheBatchIsDelivered) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
 
   bool delivered = false;
   const std::string log = LogOf([&] {
@@ -223,9 +209,7 @@ TEST_F(GlobalEvents, BadRecordsAreLoggedAndTheRestOfTheBatchIsDelivered) {
 // reached the host as bytes that are not UTF-8. And one record nested deeper
 // than the JSON reader goes (513 levels) lost its batch too.
 TEST_F(GlobalEvents, RecordsHardToReadArriveAndKeepTheirBatch) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
   Push("{type: 'beforeRtcEngineInitialize', data: {roomUuid: 'first'}},"
        "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'high \\uD800 alone'}},"
        "{type: 'beforeRtcEngineRelease', data: {roomUuid: 'low \\uDC00 alone'}},"
@@ -233,8 +217,7 @@ TEST_F(GlobalEvents, RecordsHardToReadArriveAndKeepTheirBatch) {
        "(function () { var v = []; for (var i = 0; i < 600; i++) v = [v];"
        " return {type: 'afterRtcEngineInitialize', data: {roomUuid: 'deep', extra: v}}; })(),"
        "{type: 'afterRtcEngineInitialize', data: {roomUuid: 'last'}}");
-  ASSERT_TRUE(heard.WaitFor(6));
-  EXPECT_EQ(heard.Copy(), (std::vector<std::string>{"before:first", "after:high \xEF\xBF\xBD alone",
+  EXPECT_EQ(HeardAfter(heard, 6, 0), (std::vector<std::string>{"before:first", "after:high \xEF\xBF\xBD alone",
                                                     "release:low \xEF\xBF\xBD alone",
                                                     "release:pair \xF0\x9F\x98\x80", "after:deep", "after:last"}));
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), 0);
@@ -268,9 +251,7 @@ TEST_F(GlobalEvents, ARefusedRegistrationRollsTheListenerBackSoTheNextOneIsServe
 }
 
 TEST_F(GlobalEvents, ClearedRecordsAreNeverCalledAgain) {
-  Heard heard;
-  MorvantaGlobalEventListener l = ListenerFor(&heard);
-  ASSERT_TRUE(AddAndWait(l));
+  Listen();
   // What Uninitialize does first: the native side still runs, and drains,
   // but the forgotten record hears nothing.
   EXPECT_EQ(morvanta::capi::ClearGlobalCListeners(), 1u);
@@ -331,8 +312,7 @@ TEST(GlobalEventsLifecycle, AfterReinitializeTheOldRecordIsForgottenAndCanBeAdde
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&l), -1);
   ASSERT_TRUE(AddAndWait(l));
   Emit("afterRtcEngineInitialize", "'second-session'");
-  ASSERT_TRUE(heard.WaitFor(1));
-  EXPECT_EQ(heard.Copy(), std::vector<std::string>{"after:second-session"});
+  EXPECT_EQ(HeardAfter(heard, 1, 0), std::vector<std::string>{"after:second-session"});
 
   // Removal reaches the listener of this session, not the one left behind
   // by the first: nothing is heard afterwards.
