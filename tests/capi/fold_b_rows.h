@@ -3,7 +3,9 @@
 #pragma once
 
 #include <chrono>
+#include <sstream>
 #include <string>
+#include <type_traits>
 #include <thread>
 #include <vector>
 
@@ -36,5 +38,32 @@ inline std::vector<std::string> HeardAfter(Heard& heard, size_t n, int settle_ms
 
 // A listener's user data is the Heard it tells.
 inline void Tell(void* ud, std::string event) { static_cast<Heard*>(ud)->Add(std::move(event)); }
+
+// `v` as a stream writes it: numbers (char-sized ones too) in decimal.
+template <typename V>
+auto Printable(const V& v) {
+  if constexpr (std::is_arithmetic_v<V>) {
+    return +v;
+  } else {
+    return v;
+  }
+}
+
+// The values one after the other with `sep` between them, such as "a/1/2".
+template <typename... V>
+std::string Joined(const char* sep, const V&... values) {
+  std::ostringstream out;
+  const char* between = "";
+  ((out << between << Printable(values), between = sep), ...);
+  return out.str();
+}
+
+// "kind" and the count, then "," and `each` of every item, such as "quality:2,a/1/2,b/3/3".
+template <typename T, typename F>
+std::string Listed(const std::string& kind, const T* items, uint32_t n, F each) {
+  std::string text = kind + std::to_string(n);
+  for (uint32_t i = 0; i < n; ++i) text += "," + each(items[i]);
+  return text;
+}
 
 }  // namespace morvanta_test

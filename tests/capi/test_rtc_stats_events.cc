@@ -5,7 +5,7 @@
 #include <atomic>
 #include <future>
 
-#include "capi/channel_events_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
@@ -17,43 +17,30 @@ const char* const kCycle[] = {"rtc", "localAudio", "remoteAudio", "localVideo", 
 MorvantaRtcStatsListener StatsListener(Heard* heard) {
   MorvantaRtcStatsListener l{};
   l.onRtcStats = [](const MorvantaRtcStats* s, void* ud) {
-    static_cast<Heard*>(ud)->Add("rtc:" + std::to_string(s->duration) + "," + std::to_string(s->tx_bytes) + "," +
-                                 std::to_string(s->rx_bytes) + "," + std::to_string(s->tx_audio_bytes) + "," +
-                                 std::to_string(s->tx_video_bytes) + "," + std::to_string(s->rx_audio_bytes) +
-                                 "," + std::to_string(s->rx_video_bytes));
+    Tell(ud, "rtc:" + Joined(",", s->duration, s->tx_bytes, s->rx_bytes, s->tx_audio_bytes, s->tx_video_bytes,
+                             s->rx_audio_bytes, s->rx_video_bytes));
   };
   l.onLocalAudioStats = [](const MorvantaLocalAudioStats* s, void* ud) {
-    static_cast<Heard*>(ud)->Add("localAudio:" + std::to_string(s->volume) + "," + std::to_string(s->num_channels) +
-                                 "," + std::to_string(s->sent_sample_rate) + "," + std::to_string(s->sent_bitrate));
+    Tell(ud, "localAudio:" + Joined(",", s->volume, s->num_channels, s->sent_sample_rate, s->sent_bitrate));
   };
   l.onRemoteAudioStats = [](const MorvantaRemoteAudioStats* s, uint32_t n, void* ud) {
-    std::string text = "remoteAudio:" + std::to_string(n);
-    for (uint32_t i = 0; i < n; ++i)
-      text += std::string(",") + s[i].user_uuid + "/" + std::to_string(s[i].volume) + "/" +
-              std::to_string(s[i].received_bitrate);
-    static_cast<Heard*>(ud)->Add(text);
+    Tell(ud, Listed("remoteAudio:", s, n,
+                    [](auto& x) { return Joined("/", x.user_uuid, x.volume, x.received_bitrate); }));
   };
   l.onLocalVideoStats = [](const MorvantaLocalVideoStats* s, void* ud) {
-    static_cast<Heard*>(ud)->Add(
-        "localVideo:" + std::to_string(s->capture_width) + "x" + std::to_string(s->capture_height) + "," +
-        std::to_string(s->encoded_frame_width) + "x" + std::to_string(s->encoded_frame_height) + "," +
-        std::to_string(s->encoder_output_frame_rate) + "," + std::to_string(s->sent_frame_rate) + "," +
-        std::to_string(s->sent_bitrate));
+    Tell(ud, "localVideo:" + Joined(",", Joined("x", s->capture_width, s->capture_height),
+                                    Joined("x", s->encoded_frame_width, s->encoded_frame_height),
+                                    s->encoder_output_frame_rate, s->sent_frame_rate, s->sent_bitrate));
   };
   l.onRemoteVideoStats = [](const MorvantaRemoteVideoStats* s, uint32_t n, void* ud) {
-    std::string text = "remoteVideo:" + std::to_string(n);
-    for (uint32_t i = 0; i < n; ++i)
-      text += std::string(",") + s[i].user_uuid + "/" + std::to_string(s[i].width) + "x" +
-              std::to_string(s[i].height) + "/" + std::to_string(s[i].received_bitrate) + "/" +
-              std::to_string(s[i].decoder_output_frame_rate) + "/" + std::to_string(s[i].renderer_output_frame_rate);
-    static_cast<Heard*>(ud)->Add(text);
+    Tell(ud, Listed("remoteVideo:", s, n, [](auto& x) {
+           return Joined("/", x.user_uuid, Joined("x", x.width, x.height), x.received_bitrate,
+                         x.decoder_output_frame_rate, x.renderer_output_frame_rate);
+         }));
   };
   l.onNetworkQuality = [](const MorvantaNetworkQualityInfo* s, uint32_t n, void* ud) {
-    std::string text = "quality:" + std::to_string(n);
-    for (uint32_t i = 0; i < n; ++i)
-      text += std::string(",") + s[i].user_uuid + "/" + std::to_string(s[i].uplink_quality) + "/" +
-              std::to_string(s[i].downlink_quality);
-    static_cast<Heard*>(ud)->Add(text);
+    Tell(ud, Listed("quality:", s, n,
+                    [](auto& x) { return Joined("/", x.user_uuid, x.uplink_quality, x.downlink_quality); }));
   };
   l.user_data = heard;
   return l;
@@ -76,16 +63,23 @@ struct CountingListener : morvanta::IMvRtcStatsListener {
   void OnNetworkQuality(const std::vector<morvanta::MvNetworkQualityInfo>&) override { ++calls; }
 };
 
-using RtcStatsApi = ChannelApi;
+class RtcStatsApi : public ChannelApi {
+ protected:
+  // Adds the fixture's listener and waits until its JavaScript side is attached.
+  void Listen() {
+    l = StatsListener(&heard);
+    ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
+    ASSERT_TRUE(WaitRegistered());
+  }
+  Heard heard;
+  MorvantaRtcStatsListener l{};
+};
 
 }  // namespace
 
 TEST_F(RtcStatsApi, TheSandboxsRoundsReachCInOrderWithEveryKind) {
   ASSERT_TRUE(EnterMeeting(30));
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   EXPECT_TRUE(WaitUntilJs("typeof globalThis.__morvantaNotifyRtcStatsEvent === 'function'"));
   ASSERT_TRUE(heard.WaitFor(18));
   std::vector<std::string> events = heard.Copy();
@@ -101,10 +95,7 @@ TEST_F(RtcStatsApi, TheSandboxsRoundsReachCInOrderWithEveryKind) {
 }
 
 TEST_F(RtcStatsApi, FieldsAreTruncatedAndListsTakeSingleObjectsAndSkipNonObjects) {
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   Fire("L.onRtcStats({duration: 5000000000.9, txBytes: 10.7, rxBytes: -3.9, txAudioBytes: '12', rxVideoBytes: 9});"
        " L.onLocalAudioStats({volume: 55, numChannels: 2, sentSampleRate: 48000, sentBitrate: 31.5});"
        " L.onRemoteAudioStats({userUuid: 'solo', volume: 7, receivedBitrate: 30});"
@@ -123,16 +114,11 @@ TEST_F(RtcStatsApi, FieldsAreTruncatedAndListsTakeSingleObjectsAndSkipNonObjects
       "quality:0",
       "quality:1,u1/1/2",
   };
-  ASSERT_TRUE(heard.WaitFor(expected.size()));
-  std::this_thread::sleep_for(std::chrono::milliseconds(250));
-  EXPECT_EQ(heard.Copy(), expected);
+  EXPECT_EQ(HeardAfter(heard, expected.size()), expected);
 }
 
 TEST_F(RtcStatsApi, ConcurrentOnlyAPushWakesTheChannelAheadOfItsFallbackPoll) {
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   // Each record is fired just after the previous one was delivered, so the
   // channel's next poll is a whole fallback period (1 s) away: only the
   // push's wake-up brings it sooner.
@@ -151,10 +137,7 @@ TEST_F(RtcStatsApi, ConcurrentOnlyAPushWakesTheChannelAheadOfItsFallbackPoll) {
 }
 
 TEST_F(RtcStatsApi, MalformedRecordsAreDroppedWithTheirLineAndTheBatchGoesOn) {
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   const std::string log = LogOf([&] {
     SandboxEval(
         "(function () { var a = globalThis.__morvantaRtcStatsCallbacks;"
@@ -167,8 +150,7 @@ TEST_F(RtcStatsApi, MalformedRecordsAreDroppedWithTheirLineAndTheBatchGoesOn) {
         " a.push({type: 'onSomethingNew', data: {}});"
         " a.push({type: 'onLocalAudioStats', data: {volume: 3}});"
         " return true; })()");
-    ASSERT_TRUE(heard.WaitFor(1));
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    HeardAfter(heard, 1);
   });
   EXPECT_EQ(heard.Copy(), std::vector<std::string>{"localAudio:3,0,0,0"});
   for (const char* line : {
@@ -183,8 +165,7 @@ TEST_F(RtcStatsApi, MalformedRecordsAreDroppedWithTheirLineAndTheBatchGoesOn) {
 }
 
 TEST_F(RtcStatsApi, RefusedArgumentsReturnMinusOne) {
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
+  l = StatsListener(&heard);
   MorvantaMeetingManager_T empty{};
   EXPECT_EQ(Morvanta_Meeting_AddRtcStatsListener(nullptr, &l), -1);
   EXPECT_EQ(Morvanta_Meeting_AddRtcStatsListener(&empty, &l), -1);
@@ -224,10 +205,7 @@ TEST_F(RtcStatsApi, ARefusedRegistrationPopsTheLastNativeListener) {
 }
 
 TEST_F(RtcStatsApi, RemovingTheLastListenerDropsWhatIsQueued) {
-  Heard heard;
-  MorvantaRtcStatsListener l = StatsListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   // Queue a batch while the worker is held, so no drain can take it before
   // the removal.
   std::promise<void> ran;
