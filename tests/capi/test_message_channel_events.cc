@@ -4,38 +4,30 @@
 #include <atomic>
 #include <future>
 
-#include "capi/channel_events_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
 namespace {
 
 std::string Session(const char* kind, const MorvantaSessionMessage* m) {
-  return std::string(kind) + ":" + m->session_id + "," + std::to_string(m->session_type) + "," + m->message_id +
-         "," + m->data + "," + (m->time > 0 ? "t" : "0");
+  return std::string(kind) + ":" +
+         Joined(",", m->session_id, m->session_type, m->message_id, m->data, m->time > 0 ? "t" : "0");
 }
 
 MorvantaMessageChannelListener ChannelListener(Heard* heard) {
   MorvantaMessageChannelListener l{};
   l.onCustomMessageReceived = [](const MorvantaCustomMessage* m, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("custom:") + m->room_uuid + "," + m->sender_uuid + "," + m->data +
-                                 "," + std::to_string(m->timestamp));
+    Tell(ud, "custom:" + Joined(",", m->room_uuid, m->sender_uuid, m->data, m->timestamp));
   };
-  l.onSessionMessageReceived = [](const MorvantaSessionMessage* m, void* ud) {
-    static_cast<Heard*>(ud)->Add(Session("received", m));
-  };
-  l.onSessionMessageDeleted = [](const MorvantaSessionMessage* m, void* ud) {
-    static_cast<Heard*>(ud)->Add(Session("deleted", m));
-  };
+  l.onSessionMessageReceived = [](const MorvantaSessionMessage* m, void* ud) { Tell(ud, Session("received", m)); };
+  l.onSessionMessageDeleted = [](const MorvantaSessionMessage* m, void* ud) { Tell(ud, Session("deleted", m)); };
   l.onSessionMessageRecentChanged = [](const MorvantaSessionRecentInfo* s, uint32_t n, void* ud) {
-    std::string text = "recent:" + std::to_string(n);
-    for (uint32_t i = 0; i < n; ++i)
-      text += std::string(",") + s[i].session_id + "/" + std::to_string(s[i].session_type) + "/" +
-              std::to_string(s[i].unread_count);
-    static_cast<Heard*>(ud)->Add(text);
+    Tell(ud, Listed("recent:", s, n,
+                    [](auto& x) { return Joined("/", x.session_id, x.session_type, x.unread_count); }));
   };
   l.onDeleteAllSessionMessage = [](const char* id, int32_t type, void* ud) {
-    static_cast<Heard*>(ud)->Add(std::string("deleteAll:") + id + "," + std::to_string(type));
+    Tell(ud, "deleteAll:" + Joined(",", id, type));
   };
   l.user_data = heard;
   return l;
@@ -54,16 +46,23 @@ struct CountingListener : morvanta::IMvMessageChannelListener {
   void OnDeleteAllSessionMessage(const std::string&, morvanta::MvSessionType) override { ++calls; }
 };
 
-using MessageChannelApi = ChannelApi;
+class MessageChannelApi : public ChannelApi {
+ protected:
+  // Adds the fixture's listener and waits until its JavaScript side is attached.
+  void Listen() {
+    l = ChannelListener(&heard);
+    ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
+    ASSERT_TRUE(WaitRegistered());
+  }
+  Heard heard;
+  MorvantaMessageChannelListener l{};
+};
 
 }  // namespace
 
 TEST_F(MessageChannelApi, TheSandboxsMessagesReachCInOrderWithTheirFields) {
   ASSERT_TRUE(EnterMeeting(0));
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   SandboxEval(
       "(function () { var s = morVantaSandbox;"
       " s.meetingAction({action: 'customMessage', member: 0, data: 'hello'});"
@@ -72,29 +71,21 @@ TEST_F(MessageChannelApi, TheSandboxsMessagesReachCInOrderWithTheirFields) {
       " s.meetingAction({action: 'deleteSessionMessage', sessionId: 's1'});"
       " s.meetingAction({action: 'clearSession', sessionId: 's2'});"
       " return true; })()");
-  ASSERT_TRUE(heard.WaitFor(9));
-  std::this_thread::sleep_for(std::chrono::milliseconds(250));
-  const std::vector<std::string> events = heard.Copy();
+  std::vector<std::string> events = HeardAfter(heard, 9);
   ASSERT_EQ(events.size(), 9u);
   const std::string room = SandboxEval("morVantaSandbox.meeting.roomUuid").stringValue;
   EXPECT_EQ(events[0].rfind("custom:" + room + ",sim-member-01,hello,", 0), 0u) << events[0];
   EXPECT_NE(events[0], "custom:" + room + ",sim-member-01,hello,0");
-  EXPECT_EQ(events[1], "received:s1,0,s1-msg-1,one,t");
-  EXPECT_EQ(events[2], "recent:1,s1/0/1");
-  EXPECT_EQ(events[3], "received:s2,1,s2-msg-1,{\"k\":1},t");
-  EXPECT_EQ(events[4], "recent:2,s1/0/1,s2/1/1");
-  EXPECT_EQ(events[5], "deleted:s1,0,s1-msg-1,one,t");
-  EXPECT_EQ(events[6], "recent:2,s1/0/0,s2/1/1");
-  EXPECT_EQ(events[7], "deleteAll:s2,1");
-  EXPECT_EQ(events[8], "recent:1,s1/0/0");
+  events.erase(events.begin());
+  EXPECT_EQ(events, (std::vector<std::string>{"received:s1,0,s1-msg-1,one,t", "recent:1,s1/0/1",
+                                              "received:s2,1,s2-msg-1,{\"k\":1},t", "recent:2,s1/0/1,s2/1/1",
+                                              "deleted:s1,0,s1-msg-1,one,t", "recent:2,s1/0/0,s2/1/1",
+                                              "deleteAll:s2,1", "recent:1,s1/0/0"}));
   EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &l), 0);
 }
 
 TEST_F(MessageChannelApi, SessionKindsShiftAndOddFieldsReadAsEmpty) {
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   Fire("L.onSessionMessageReceived({sessionId: 'a', sessionType: 7, messageId: 'm', data: {x: 1}, time: 0});"
        " L.onSessionMessageDeleted({sessionId: 'b', sessionType: 0.9, messageId: 'n', data: 'kept'});"
        " L.onSessionMessageRecentChanged(null);"
@@ -106,16 +97,11 @@ TEST_F(MessageChannelApi, SessionKindsShiftAndOddFieldsReadAsEmpty) {
       "received:a,1,m,,0", "deleted:b,0,n,kept,0", "recent:0",       "recent:1,c/1/2",
       "deleteAll:d,0",     "deleteAll:e,1",        "custom:r,,p,1700000000123",
   };
-  ASSERT_TRUE(heard.WaitFor(expected.size()));
-  std::this_thread::sleep_for(std::chrono::milliseconds(250));
-  EXPECT_EQ(heard.Copy(), expected);
+  EXPECT_EQ(HeardAfter(heard, expected.size()), expected);
 }
 
 TEST_F(MessageChannelApi, MalformedRecordsAreDroppedSilentlyAndTheBatchGoesOn) {
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   const std::string log = LogOf([&] {
     SandboxEval(
         "(function () { var a = globalThis.__morvantaMessageChannelCallbacks;"
@@ -128,8 +114,7 @@ TEST_F(MessageChannelApi, MalformedRecordsAreDroppedSilentlyAndTheBatchGoesOn) {
         " a.push({type: 'onZebraCrossing', data: {}});"
         " a.push({type: 'onDeleteAllSessionMessage', data: {sessionId: 'ok', sessionType: 0}});"
         " return true; })()");
-    ASSERT_TRUE(heard.WaitFor(1));
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
+    HeardAfter(heard, 1);
   });
   EXPECT_EQ(heard.Copy(), std::vector<std::string>{"deleteAll:ok,0"});
   // The manager's own lines say nothing of the dropped records.
@@ -141,8 +126,7 @@ TEST_F(MessageChannelApi, MalformedRecordsAreDroppedSilentlyAndTheBatchGoesOn) {
 }
 
 TEST_F(MessageChannelApi, RefusedArgumentsReturnMinusOne) {
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
+  l = ChannelListener(&heard);
   MorvantaMeetingManager_T empty{};
   EXPECT_EQ(Morvanta_Meeting_AddMessageChannelListener(nullptr, &l), -1);
   EXPECT_EQ(Morvanta_Meeting_AddMessageChannelListener(&empty, &l), -1);
@@ -172,8 +156,7 @@ TEST_F(MessageChannelApi, ARefusedRegistrationPopsTheLastNativeListenerAndCKeeps
   ASSERT_TRUE(WaitRegistered());
   SandboxEval("(morVantaMeeting.getMeetingManager().addMessageChannelListener = undefined, true)");
   // The first C record registers the wrapper, which is last and is popped.
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
+  l = ChannelListener(&heard);
   ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
   for (int i = 0; i < 100 && Manager().MessageChannelListenerCount() != 1; ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -187,10 +170,7 @@ TEST_F(MessageChannelApi, ARefusedRegistrationPopsTheLastNativeListenerAndCKeeps
 }
 
 TEST_F(MessageChannelApi, EnteringAMeetingReattachesALostRegistration) {
-  Heard heard;
-  MorvantaMessageChannelListener l = ChannelListener(&heard);
-  ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
-  ASSERT_TRUE(WaitRegistered());
+  Listen();
   // The SDK forgets the listener and the flag goes down, as after a cleanup
   // whose registration never came back.
   SandboxEval("(morVantaMeeting.getMeetingManager().removeMessageChannelListener("
