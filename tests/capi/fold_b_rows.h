@@ -36,6 +36,22 @@ inline std::vector<std::string> HeardAfter(Heard& heard, size_t n, int settle_ms
   return heard.Copy();
 }
 
+// A channel suite's fixture: the library with a meeting manager handle, and
+// a listener record of the channel's kind (made by `Make`) telling `heard`.
+template <typename Listener, Listener (*Make)(Heard*),
+          int (*Add)(MorvantaMeetingManager_T*, const Listener*), bool (*Registered)(bool)>
+class ListeningApi : public ChannelApi {
+ protected:
+  // Adds the listener and waits until its JavaScript side is attached.
+  void Listen() {
+    l = Make(&heard);
+    ASSERT_EQ(Add(meeting, &l), 0);
+    ASSERT_TRUE(Registered(true));
+  }
+  Heard heard;
+  Listener l{};
+};
+
 // A listener's user data is the Heard it tells.
 inline void Tell(void* ud, std::string event) { static_cast<Heard*>(ud)->Add(std::move(event)); }
 

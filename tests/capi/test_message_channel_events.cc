@@ -46,17 +46,7 @@ struct CountingListener : morvanta::IMvMessageChannelListener {
   void OnDeleteAllSessionMessage(const std::string&, morvanta::MvSessionType) override { ++calls; }
 };
 
-class MessageChannelApi : public ChannelApi {
- protected:
-  // Adds the fixture's listener and waits until its JavaScript side is attached.
-  void Listen() {
-    l = ChannelListener(&heard);
-    ASSERT_EQ(Morvanta_Meeting_AddMessageChannelListener(meeting, &l), 0);
-    ASSERT_TRUE(WaitRegistered());
-  }
-  Heard heard;
-  MorvantaMessageChannelListener l{};
-};
+using MessageChannelApi = ListeningApi<MorvantaMessageChannelListener, ChannelListener, Morvanta_Meeting_AddMessageChannelListener, WaitRegistered>;
 
 }  // namespace
 

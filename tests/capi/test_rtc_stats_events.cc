@@ -63,17 +63,7 @@ struct CountingListener : morvanta::IMvRtcStatsListener {
   void OnNetworkQuality(const std::vector<morvanta::MvNetworkQualityInfo>&) override { ++calls; }
 };
 
-class RtcStatsApi : public ChannelApi {
- protected:
-  // Adds the fixture's listener and waits until its JavaScript side is attached.
-  void Listen() {
-    l = StatsListener(&heard);
-    ASSERT_EQ(Morvanta_Meeting_AddRtcStatsListener(meeting, &l), 0);
-    ASSERT_TRUE(WaitRegistered());
-  }
-  Heard heard;
-  MorvantaRtcStatsListener l{};
-};
+using RtcStatsApi = ListeningApi<MorvantaRtcStatsListener, StatsListener, Morvanta_Meeting_AddRtcStatsListener, WaitRegistered>;
 
 }  // namespace
 
