@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "capi/in_meeting_harness.h"
+#include "capi/fold_b_rows.h"
 
 using namespace morvanta_test;
 
@@ -66,10 +66,7 @@ TEST_F(AccountRequests, NullStringsInOptionsAreSentAsEmptyStrings) {
   };
   for (const Row& row : rows) {
     AccountSlot slot;
-    ASSERT_EQ(row.call(&slot), 0) << row.path;
-    ExpectOneCallback(slot, row.path);
-    EXPECT_EQ(slot.code, 1000) << row.path;  // the service's "invalid parameter"
-    EXPECT_EQ(slot.message, row.refusal) << row.path;
+    ExpectAnswer(row.call(&slot), slot, 1000, row.refusal, row.path);  // the service's "invalid parameter"
     EXPECT_TRUE(slot.payload_null) << row.path;
     EXPECT_EQ(SandboxArgs(row.path), row.sent) << row.path;
   }
@@ -92,17 +89,14 @@ TEST_F(AccountRequests, ARejectionReachesTheCallbackWithItsReasonAsItIs) {
     SandboxEval(std::string("(morVantaMeeting.getAccountManager().logout = function () { return Promise.reject(") +
                 row.reason + "); }, true)");
     AccountSlot slot;
-    ASSERT_EQ(Morvanta_Account_Logout(account, &AccountSlot::OnPlain, &slot), 0) << row.reason;
-    ExpectOneCallback(slot, row.reason);
-    EXPECT_EQ(slot.code, -1) << row.reason;
-    EXPECT_EQ(slot.message, "Promise rejected: " + row.json) << row.reason;
+    ExpectAnswer(Morvanta_Account_Logout(account, &AccountSlot::OnPlain, &slot), slot, -1,
+                 "Promise rejected: " + row.json, row.reason);
   }
   // The outcome's text is searched for the success marker as it is, so an
   // object message holding it reads as a success.
   SandboxEval("(morVantaMeeting.getAccountManager().logout = function () {"
               " return Promise.reject({message: {success: true}}); }, true)");
   AccountSlot slot;
-  ASSERT_EQ(Morvanta_Account_Logout(account, &AccountSlot::OnPlain, &slot), 0);
-  ExpectOneCallback(slot, "success marker");
+  ExpectCalledBack(Morvanta_Account_Logout(account, &AccountSlot::OnPlain, &slot), slot, "success marker");
   EXPECT_EQ(slot.code, 0);
 }

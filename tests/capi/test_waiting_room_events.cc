@@ -5,6 +5,7 @@
 // thread nor a late call behind.
 #include <chrono>
 
+#include "capi/fold_b_rows.h"
 #include "capi/waiting_room_harness.h"
 #include "support/test_support.h"
 
@@ -25,11 +26,7 @@ class WaitingRoomEvents : public WaitingRoomTest {
     ASSERT_TRUE(WaitingRoomRegistered());
   }
   // What was heard once `n` calls have come and a further drain has passed.
-  std::vector<std::string> HeardAfter(size_t n) {
-    EXPECT_TRUE(heard.WaitFor(n)) << n;
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    return heard.Copy();
-  }
+  std::vector<std::string> HeardAfter(size_t n) { return morvanta_test::HeardAfter(heard, n, 300); }
 
   Heard heard;
   MorvantaWaitingRoomListener listener{};
@@ -49,13 +46,10 @@ TEST_F(WaitingRoomEvents, HostSideEventsReachCListenersWithTheirFields) {
           " morVantaSandbox.meetingAction({member: 3, action: 'join'});"
           " morVantaSandbox.meetingAction({member: 2, action: 'rename', name: 'Ada L.'});");
   CallbackSlot admit, expel, all;
-  ASSERT_EQ(Morvanta_WaitingRoom_AdmitMember(handle, "sim-member-03", 0, &CallbackSlot::OnPlain, &admit), 0);
-  ExpectOneCallback(admit);
-  ASSERT_EQ(Morvanta_WaitingRoom_ExpelMember(handle, "sim-member-04", 0, &CallbackSlot::OnPlain, &expel), 0);
-  ExpectOneCallback(expel);
+  ExpectCalledBack(Morvanta_WaitingRoom_AdmitMember(handle, "sim-member-03", 0, &CallbackSlot::OnPlain, &admit), admit);
+  ExpectCalledBack(Morvanta_WaitingRoom_ExpelMember(handle, "sim-member-04", 0, &CallbackSlot::OnPlain, &expel), expel);
   Sandbox("morVantaSandbox.meetingAction({member: 3, action: 'join'});");
-  ASSERT_EQ(Morvanta_WaitingRoom_ExpelAll(handle, 0, &CallbackSlot::OnPlain, &all), 0);
-  ExpectOneCallback(all);
+  ExpectCalledBack(Morvanta_WaitingRoom_ExpelAll(handle, 0, &CallbackSlot::OnPlain, &all), all);
   const std::vector<std::string> expected = {
       "join:sim-member-03/Ada Lovelace/(null)/1/t/0",
       "info:1/on/",
@@ -86,14 +80,12 @@ TEST_F(WaitingRoomEvents, TheLocalUserWaitsIsAdmittedRejoinsAndKeepsListeningAft
   Sandbox("morVantaSandbox.meetingAction({action: 'admitLocal'});");
   ASSERT_TRUE(heard.WaitFor(5));
   CallbackSlot rejoin, leave;
-  ASSERT_EQ(Morvanta_Meeting_RejoinAfterAdmittedToRoom(meeting, &CallbackSlot::OnPlain, &rejoin), 0);
-  ExpectOneCallback(rejoin);
+  ExpectCalledBack(Morvanta_Meeting_RejoinAfterAdmittedToRoom(meeting, &CallbackSlot::OnPlain, &rejoin), rejoin);
   EXPECT_EQ(rejoin.code, 0) << rejoin.message;
   EXPECT_EQ(SandboxEval("morVantaSandbox.meeting.localStatus").stringValue, "inRoom");
   Sandbox("morVantaSandbox.meetingAction({action: 'putLocalInWaitingRoom'});");
   ASSERT_TRUE(heard.WaitFor(8));
-  ASSERT_EQ(Morvanta_Meeting_LeaveMeeting(meeting, 0, &CallbackSlot::OnPlain, &leave), 0);
-  ExpectOneCallback(leave);
+  ExpectCalledBack(Morvanta_Meeting_LeaveMeeting(meeting, 0, &CallbackSlot::OnPlain, &leave), leave);
   // After the leave the listener stays attached and the loop keeps running.
   Sandbox("morVantaSandbox.emit({manager: 'waitingRoom', event: 'onAllMembersKicked'});");
   const std::vector<std::string> expected = {
@@ -179,8 +171,7 @@ TEST_F(WaitingRoomEvents, RemovalAnswersZeroForAnUnknownRecordAndTheLastOneDetac
   EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(handle, &differs), 0);
   EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(handle, &listener), 0);
   Fire("L.onMemberAdmitted('y');");
-  ASSERT_TRUE(second.WaitFor(2));
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  morvanta_test::HeardAfter(second, 2, 300);
   EXPECT_EQ(heard.Copy(), std::vector<std::string>{"admitted:x"});
 
   // The last removal detaches the JavaScript listener and starts a fresh array.
