@@ -2,6 +2,8 @@
 // member object, how the answer reaches the caller, and the synchronous
 // member list with its 5 second limit.
 #include <chrono>
+#include <functional>
+#include <iterator>
 
 #include "capi/media_api_harness.h"
 #include "support/sandbox_config.h"
@@ -53,6 +55,48 @@ const MorvantaMember* Find(const Listed& list, const std::string& uuid) {
   return nullptr;
 }
 
+// The functions aimed at one member.
+const std::pair<const char*, int (*)(H, const char*, Cb, void*)> kOnMember[] = {
+    {"member.muteMemberAudio", Morvanta_Member_MuteMemberAudio},
+    {"member.unmuteMemberAudio", Morvanta_Member_UnmuteMemberAudio},
+    {"member.muteMemberVideo", Morvanta_Member_MuteMemberVideo},
+    {"member.unmuteMemberVideo", Morvanta_Member_UnmuteMemberVideo},
+    {"member.muteVideoAndAudio", Morvanta_Member_MuteVideoAndAudio},
+    {"member.unmuteVideoAndAudio", Morvanta_Member_UnmuteVideoAndAudio},
+    {"member.stopMemberScreenShare", Morvanta_Member_StopMemberScreenShare},
+};
+
+// The functions with a plain callback, called with valid arguments;
+// `share` runs before each call that stops a member's screen share.
+std::vector<PlainCase<MorvantaMemberManager_T>> PlainCases(std::function<void()> share = [] {}) {
+  const std::string member = std::string("[\"") + kMember + "\"]";
+  std::vector<PlainCase<MorvantaMemberManager_T>> cases;
+  for (const auto& [path, call] : kOnMember) {
+    cases.push_back({path,
+                     [share, call = call](H h, Cb cb, void* ud) {
+                       if (call == Morvanta_Member_StopMemberScreenShare) share();
+                       return call(h, kMember, cb, ud);
+                     },
+                     member});
+  }
+  const PlainCase<MorvantaMemberManager_T> others[] = {
+      {"member.muteAllAudio", Morvanta_Member_MuteAllAudio, "[]"},
+      {"member.unmuteAllAudio", Morvanta_Member_UnmuteAllAudio, "[]"},
+      {"member.muteAllVideo", Morvanta_Member_MuteAllVideo, "[]"},
+      {"member.unmuteAllVideo", Morvanta_Member_UnmuteAllVideo, "[]"},
+      {"member.handsUp", Morvanta_Member_HandsUp, "[]"},
+      // Only a uuid that is there and not empty is passed on.
+      {"member.handsDown", With(Morvanta_Member_HandsDown, nullptr), "[]"},
+      {"member.handsDown", With(Morvanta_Member_HandsDown, ""), "[]"},
+      {"member.handsDown", With(Morvanta_Member_HandsDown, kMember), member},
+      {"member.handsDownAll", Morvanta_Member_HandsDownAll, "[]"},
+      // An empty uuid is not refused here: the service answers it.
+      {"member.muteMemberAudio", With(Morvanta_Member_MuteMemberAudio, ""), R"([""])", false, 1104},
+  };
+  cases.insert(cases.end(), std::begin(others), std::end(others));
+  return cases;
+}
+
 }  // namespace
 
 TEST_F(MemberApi, RefusedCallsReturnMinusOneAndStartNothing) {
@@ -63,74 +107,23 @@ TEST_F(MemberApi, RefusedCallsReturnMinusOneAndStartNothing) {
   MorvantaMemberManager_T empty{};  // a handle that holds no manager
   for (H h : {static_cast<H>(nullptr), &empty}) {
     SCOPED_TRACE(h ? "handle without manager" : "NULL handle");
-    ExpectRefused("member", seen,
-                  {
-                      Morvanta_Member_GetMemberList(h, &members, &count),
-                      Morvanta_Member_MuteMemberAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteMemberAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteMemberVideo(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteMemberVideo(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteVideoAndAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteVideoAndAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_StopMemberScreenShare(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteAllAudio(h, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteAllAudio(h, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteAllVideo(h, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteAllVideo(h, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsUp(h, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsDown(h, nullptr, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsDownAll(h, Seen::OnPlain, ud),
-                  });
+    ExpectPlainRefusals(h, PlainCases(), ud);
+    ExpectRefused("member", seen, {Morvanta_Member_GetMemberList(h, &members, &count)});
   }
+  // A NULL member uuid, and the list without a place for its result.
+  for (const auto& [path, call] : kOnMember) EXPECT_EQ(call(handle, nullptr, Seen::OnPlain, ud), -1) << path;
   ExpectRefused("member", seen,
-                {
-                    Morvanta_Member_GetMemberList(handle, nullptr, &count),
-                    Morvanta_Member_GetMemberList(handle, &members, nullptr),
-                    Morvanta_Member_MuteMemberAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteMemberAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_MuteMemberVideo(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteMemberVideo(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_MuteVideoAndAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteVideoAndAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_StopMemberScreenShare(handle, nullptr, Seen::OnPlain, ud),
-                });
+                {Morvanta_Member_GetMemberList(handle, nullptr, &count),
+                 Morvanta_Member_GetMemberList(handle, &members, nullptr)});
 }
 
 TEST_F(MemberApi, PlainFunctionsSendTheirArgumentsAndAnswerOnce) {
   EnterQuietMeeting("{asHost: true}");
-  // Somebody has to share for stopMemberScreenShare to succeed, every time.
-  auto share = [] {
-    SandboxEval(std::string("morVantaSandbox.meetingAction({member: '") + kMember + "', action: 'startShare'})");
-  };
-  share();
-  const std::string member = std::string("[\"") + kMember + "\"]";
-  ExpectPlainCases<MorvantaMemberManager_T>(
-      handle, {
-                  {"member.muteMemberAudio", With(Morvanta_Member_MuteMemberAudio, kMember), member.c_str()},
-                  {"member.unmuteMemberAudio", With(Morvanta_Member_UnmuteMemberAudio, kMember), member.c_str()},
-                  {"member.muteMemberVideo", With(Morvanta_Member_MuteMemberVideo, kMember), member.c_str()},
-                  {"member.unmuteMemberVideo", With(Morvanta_Member_UnmuteMemberVideo, kMember), member.c_str()},
-                  {"member.muteVideoAndAudio", With(Morvanta_Member_MuteVideoAndAudio, kMember), member.c_str()},
-                  {"member.unmuteVideoAndAudio", With(Morvanta_Member_UnmuteVideoAndAudio, kMember), member.c_str()},
-                  {"member.stopMemberScreenShare",
-                   [share](H h, Cb cb, void* ud) {
-                     share();
-                     return Morvanta_Member_StopMemberScreenShare(h, kMember, cb, ud);
-                   },
-                   member.c_str()},
-                  {"member.muteAllAudio", Morvanta_Member_MuteAllAudio, "[]"},
-                  {"member.unmuteAllAudio", Morvanta_Member_UnmuteAllAudio, "[]"},
-                  {"member.muteAllVideo", Morvanta_Member_MuteAllVideo, "[]"},
-                  {"member.unmuteAllVideo", Morvanta_Member_UnmuteAllVideo, "[]"},
-                  {"member.handsUp", Morvanta_Member_HandsUp, "[]"},
-                  // Only a uuid that is there and not empty is passed on.
-                  {"member.handsDown", With(Morvanta_Member_HandsDown, nullptr), "[]"},
-                  {"member.handsDown", With(Morvanta_Member_HandsDown, ""), "[]"},
-                  {"member.handsDown", With(Morvanta_Member_HandsDown, kMember), member.c_str()},
-                  {"member.handsDownAll", Morvanta_Member_HandsDownAll, "[]"},
-                  // An empty uuid is not refused here: the service answers it.
-                  {"member.muteMemberAudio", With(Morvanta_Member_MuteMemberAudio, ""), R"([""])", false, 1104},
-              });
+  ExpectPlainCases(
+      handle, PlainCases([] {
+        // Somebody has to share for stopMemberScreenShare to succeed, every time.
+        SandboxEval(std::string("morVantaSandbox.meetingAction({member: '") + kMember + "', action: 'startShare'})");
+      }));
 }
 
 TEST_F(MemberApi, TheServicesAnswerDecidesTheOutcome) {
