@@ -200,7 +200,8 @@ TEST_F(AudioApi, VolumesReadBackAndTheMicrophoneTestShowsItsLevel) {
   for (const auto& step : steps) {
     auto seen = step.call();
     ASSERT_EQ(seen->code, 0) << step.what << ": " << seen->message;
-    if (step.volume >= 0) EXPECT_EQ(seen->value, static_cast<uint32_t>(step.volume)) << step.what;
+    EXPECT_TRUE(step.volume < 0 || seen->value == static_cast<uint32_t>(step.volume))
+        << step.what << ": " << seen->value;
   }
 }
 
