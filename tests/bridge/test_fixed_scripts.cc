@@ -13,17 +13,15 @@
 
 #include "bridge/call_templates.h"
 #include "bridge/fixed_scripts.h"
+#include "bridge/isolate_fixture.h"
 #include "bridge/script_cache_trim.h"
 #include "bridge/script_writer.h"
-#include "runtime/node_runtime.h"
 #include "bridge/v8_text.h"
-#include "runtime/v8_scope.h"
 #include "support/bridge_harness.h"
 
 using morvanta::jsbridge::CallTemplates;
 using morvanta::jsbridge::DirectV8Scope;
 using morvanta::jsbridge::FixedScripts;
-using morvanta::jsbridge::NodeRuntime;
 using morvanta::jsbridge::ScriptCacheTrim;
 
 namespace {
@@ -31,11 +29,8 @@ namespace {
 constexpr char kCounter[] = "globalThis.__runs = (globalThis.__runs || 0) + 1;";
 
 // A runtime whose isolate the test thread enters directly.
-class OwnIsolate : public ::testing::Test {
+class OwnIsolate : public bridge_test::IsolateTest {
  protected:
-  void SetUp() override { ASSERT_TRUE(rt.Initialize({"node"})) << rt.GetLastError(); }
-  void TearDown() override { rt.Cleanup(); }
-
   // The number in `context`'s global __runs (-1 when it is not a number).
   static double Runs(v8::Local<v8::Context> context) {
     v8::Isolate* isolate = context->GetIsolate();
@@ -52,8 +47,6 @@ class OwnIsolate : public ::testing::Test {
     v8::TryCatch try_catch(context->GetIsolate());
     return !scripts.Run(context, slot, text, compiled).IsEmpty();
   }
-
-  NodeRuntime rt;
 };
 
 TEST_F(OwnIsolate, AFixedScriptIsCompiledOncePerContextAndNeverRunsInAnother) {

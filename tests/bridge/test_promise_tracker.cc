@@ -11,12 +11,9 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/isolate_fixture.h"
 #include "bridge/js_bridge.h"
 #include "bridge/promise_tracker.h"
-#include "bridge/v8_text.h"
-#include "runtime/log.h"
-#include "runtime/node_runtime.h"
-#include "runtime/v8_scope.h"
 #include "support/bridge_harness.h"
 
 namespace {
@@ -38,31 +35,10 @@ std::string Show(const JSResult<JSValue>& r) {
   return "ok " + os.str();
 }
 
-// Everything logged between construction and Take().
-struct LogCapture {
-  LogCapture() { testing::internal::CaptureStdout(), testing::internal::CaptureStderr(); }
-  std::string Take() {
-    morvanta::log::FlushAll();
-    return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
-  }
-};
+using bridge_test::LogCapture;
 
-class PromiseTrackerTest : public testing::Test {
+class PromiseTrackerTest : public bridge_test::IsolateTest {
  protected:
-  void SetUp() override { ASSERT_TRUE(rt_.Initialize({"node"})) << rt_.GetLastError(); }
-  void TearDown() override { rt_.Cleanup(); }
-  v8::Isolate* isolate() { return rt_.GetIsolate(); }
-  v8::Local<v8::Value> Eval(const std::string& code) {
-    v8::Local<v8::Context> context = isolate()->GetCurrentContext();
-    v8::Local<v8::Script> script;
-    v8::Local<v8::Value> result;
-    if (v8::Script::Compile(context, V8String(isolate(), code)).ToLocal(&script) &&
-        script->Run(context).ToLocal(&result))
-      return result;
-    ADD_FAILURE() << "script failed: " << code;
-    return v8::Undefined(isolate());
-  }
-
   // Runs `code`, which must give a promise, and hands it to the tracker.
   std::shared_ptr<Task> Track(PromiseTracker& tracker, const std::string& code,
                               std::chrono::milliseconds timeout = 10s) {
@@ -79,7 +55,6 @@ class PromiseTrackerTest : public testing::Test {
     return [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& r) { done_[task->id].push_back(r); };
   }
 
-  NodeRuntime rt_;
 };
 
 TEST_F(PromiseTrackerTest, SettledPromisesCompleteOnceWithTheirOutcome) {
@@ -104,8 +79,7 @@ TEST_F(PromiseTrackerTest, SettledPromisesCompleteOnceWithTheirOutcome) {
       {"Promise.reject({get message() { throw new Error('trap'); }})",
        "failed Failed to extract Promise error: Error: trap"},
   };
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   PromiseTracker tracker(isolate());
   std::vector<std::shared_ptr<Task>> tasks;
   for (const Row& row : rows) tasks.push_back(Track(tracker, row.code));
@@ -129,8 +103,7 @@ TEST_F(PromiseTrackerTest, SettledPromisesCompleteOnceWithTheirOutcome) {
 }
 
 TEST_F(PromiseTrackerTest, PendingPromiseWaitsForSettlementOrItsTimeout) {
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   PromiseTracker tracker(isolate());
   auto released = Track(tracker, "new Promise(r => { globalThis.release = r; })");
   auto stuck = Track(tracker, "new Promise(() => {})", 30ms);
@@ -163,8 +136,7 @@ TEST_F(PromiseTrackerTest, PendingPromiseWaitsForSettlementOrItsTimeout) {
 }
 
 TEST_F(PromiseTrackerTest, CallbacksMayThrowOrTrackAgain) {
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   PromiseTracker tracker(isolate());
   tracker.Track(Eval("Promise.resolve(0)").As<v8::Promise>(), nullptr, 10s);
   EXPECT_EQ(tracker.GetPendingCount(), 0);
