@@ -53,37 +53,41 @@ TEST_F(OwnIsolate, AFixedScriptIsCompiledOncePerContextAndNeverRunsInAnother) {
   DirectV8Scope scope(rt.GetIsolate());
   v8::Isolate* isolate = rt.GetIsolate();
   v8::Local<v8::Context> first = rt.GetContext();
-  FixedScripts scripts;
-  bool compiled = false;
-  for (int i = 0; i < 3; ++i) ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_TRUE(compiled);
-  EXPECT_EQ(Runs(first), 3);
-  EXPECT_EQ(scripts.compile_count(), 1u);
-
-  // A fresh context (as after re-initialisation) gets its own compile, and
-  // the script it runs acts on its own global only.
   v8::Local<v8::Context> second = v8::Context::New(isolate);
-  ASSERT_TRUE(Run(scripts, second, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 2u);
-  EXPECT_EQ(Runs(second), 1);
-  EXPECT_EQ(Runs(first), 3);
-  ASSERT_TRUE(Run(scripts, second, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 2u);
-  EXPECT_EQ(Runs(second), 2);
-
-  // Back in the first context nothing compiled for the second one runs.
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 3u);
-  EXPECT_EQ(Runs(first), 4);
-  EXPECT_EQ(Runs(second), 2);
-
-  // Slots are separate; Clear drops every compiled form.
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kExtraction, "globalThis.__other = 1;", &compiled));
-  EXPECT_EQ(scripts.compile_count(), 4u);
-  scripts.Clear();
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 5u);
-  EXPECT_EQ(Runs(first), 5);
+  FixedScripts scripts;
+  // One run per row; then the compile count and each context's __runs (-1:
+  // never run there). A fresh context (as after re-initialisation) gets its
+  // own compile, and the script it runs acts on its own global only; back in
+  // the first one nothing compiled for the second runs. Slots are separate;
+  // Clear drops every compiled form.
+  const struct {
+    const char* name;
+    bool in_second;
+    FixedScripts::Slot slot;
+    const char* text;
+    bool clear_first;
+    size_t compiles;
+    double runs_first, runs_second;
+  } rows[] = {
+      {"first run", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 1, -1},
+      {"again", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 2, -1},
+      {"third time", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 3, -1},
+      {"another context", true, FixedScripts::kPromiseHandler, kCounter, false, 2, 3, 1},
+      {"another context again", true, FixedScripts::kPromiseHandler, kCounter, false, 2, 3, 2},
+      {"back in the first", false, FixedScripts::kPromiseHandler, kCounter, false, 3, 4, 2},
+      {"another slot", false, FixedScripts::kExtraction, "globalThis.__other = 1;", false, 4, 4, 2},
+      {"after Clear", false, FixedScripts::kPromiseHandler, kCounter, true, 5, 5, 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    if (row.clear_first) scripts.Clear();
+    bool compiled = false;
+    ASSERT_TRUE(Run(scripts, row.in_second ? second : first, row.slot, row.text, &compiled));
+    EXPECT_TRUE(compiled);
+    EXPECT_EQ(scripts.compile_count(), row.compiles);
+    EXPECT_EQ(Runs(first), row.runs_first);
+    EXPECT_EQ(Runs(second), row.runs_second);
+  }
   scripts.Clear();
 }
 

@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 
+#include "bridge/adapter_delivery.h"
 #include "bridge/js_bridge_adapter.h"
 #include "core/mv_gatherdeck.h"
 #include "managers/account_manager.h"
@@ -25,24 +24,7 @@ MvGatherdeckInitConfig Config() {
 }
 
 // Runs a script and returns its value (the promise path parses JSON objects).
-JSValue Eval(JSBridgeAdapter& adapter, const std::string& script) {
-  struct Shared {
-    std::mutex m;
-    std::condition_variable cv;
-    bool done = false;
-    JSResult r;
-  };
-  auto s = std::make_shared<Shared>();
-  adapter.ExecuteJS(script, [s](const JSResult& r) {
-    std::lock_guard<std::mutex> lock(s->m);
-    s->r = r;
-    s->done = true;
-    s->cv.notify_all();
-  });
-  std::unique_lock<std::mutex> lock(s->m);
-  s->cv.wait_for(lock, std::chrono::seconds(20), [&] { return s->done; });
-  return s->r.value;
-}
+JSValue Eval(JSBridgeAdapter& adapter, const std::string& script) { return bridge_test::RunJS(adapter, script).value; }
 
 class GatherdeckTest : public ::testing::Test {
  protected:
