@@ -54,6 +54,11 @@ class PromiseTrackerTest : public bridge_test::IsolateTest {
   PromiseTracker::CompletionCallback Record() {
     return [this](const std::shared_ptr<Task>& task, const JSResult<JSValue>& r) { done_[task->id].push_back(r); };
   }
+  // The task's only completion, shown, or how many it had instead.
+  std::string Only(const std::shared_ptr<Task>& task) {
+    const auto& results = done_[task->id];
+    return results.size() == 1 ? Show(results[0]) : std::to_string(results.size()) + " completions";
+  }
 
 };
 
@@ -92,11 +97,8 @@ TEST_F(PromiseTrackerTest, SettledPromisesCompleteOnceWithTheirOutcome) {
   const std::string log = capture.Take();
 
   EXPECT_EQ(tracker.GetPendingCount(), 0);
-  for (size_t i = 0; i < tasks.size(); ++i) {
-    const auto& results = done_[tasks[i]->id];
-    ASSERT_EQ(results.size(), 1u) << rows[i].code;
-    EXPECT_EQ(Show(results[0]), rows[i].expected) << rows[i].code;
-  }
+  for (size_t i = 0; i < tasks.size(); ++i) EXPECT_EQ(Only(tasks[i]), rows[i].expected) << rows[i].code;
+  ASSERT_EQ(done_[tasks[10]->id].size(), 1u);
   EXPECT_NE(done_[tasks[10]->id][0].error->stack.find("Error: boom"), std::string::npos);
   EXPECT_NE(log.find("[PromiseTracker] Processed 15 promises: 10 fulfilled, 5 rejected, 0 timed out"),
             std::string::npos);
@@ -116,8 +118,7 @@ TEST_F(PromiseTrackerTest, PendingPromiseWaitsForSettlementOrItsTimeout) {
   LogCapture capture;
   tracker.CheckPendingPromises(Record());
   const std::string log = capture.Take();
-  ASSERT_EQ(done_[stuck->id].size(), 1u);
-  const std::string timed_out = Show(done_[stuck->id][0]);
+  const std::string timed_out = Only(stuck);
   const std::string prefix = "failed Promise timed out after ";
   ASSERT_EQ(timed_out.rfind(prefix, 0), 0u) << timed_out;
   EXPECT_EQ(timed_out.find_first_not_of("0123456789", prefix.size()), std::string::npos) << timed_out;
@@ -129,8 +130,7 @@ TEST_F(PromiseTrackerTest, PendingPromiseWaitsForSettlementOrItsTimeout) {
   Eval("release('late')");
   isolate()->PerformMicrotaskCheckpoint();
   tracker.CheckPendingPromises(Record());
-  ASSERT_EQ(done_[released->id].size(), 1u);
-  EXPECT_EQ(Show(done_[released->id][0]), "ok \"late\"");
+  EXPECT_EQ(Only(released), "ok \"late\"");
   EXPECT_EQ(done_[stuck->id].size(), 1u);
   EXPECT_EQ(tracker.GetPendingCount(), 0);
 }
@@ -155,8 +155,7 @@ TEST_F(PromiseTrackerTest, CallbacksMayThrowOrTrackAgain) {
   const std::string log = capture.Take();
 
   EXPECT_EQ(done_[first->id].size(), 1u);
-  ASSERT_EQ(done_[second->id].size(), 1u);
-  EXPECT_EQ(Show(done_[second->id][0]), "ok 2");
+  EXPECT_EQ(Only(second), "ok 2");
   EXPECT_NE(log.find("[PromiseTracker] Exception invoking callback for Promise " + std::to_string(first->id) +
                      ": callback failed"),
             std::string::npos);
@@ -165,8 +164,7 @@ TEST_F(PromiseTrackerTest, CallbacksMayThrowOrTrackAgain) {
 
   isolate()->PerformMicrotaskCheckpoint();
   tracker.CheckPendingPromises(Record());
-  ASSERT_EQ(done_[again->id].size(), 1u);
-  EXPECT_EQ(Show(done_[again->id][0]), "ok \"again\"");
+  EXPECT_EQ(Only(again), "ok \"again\"");
   EXPECT_EQ(tracker.GetPendingCount(), 0);
 }
 

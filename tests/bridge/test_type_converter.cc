@@ -44,6 +44,18 @@ std::string Show(const JSValue& v) {
 using TypeConverterTest = bridge_test::IsolateTest;
 using bridge_test::LogCapture;
 
+// `line` must be in the log; without one the log must hold no `marker`, or
+// with no marker either, nothing at all.
+void ExpectLogLine(const std::string& log, const char* line, const std::string& marker, const std::string& what) {
+  if (*line) {
+    EXPECT_NE(log.find(line), std::string::npos) << what << "\n" << log;
+  } else if (marker.empty()) {
+    EXPECT_EQ(log, "") << what;
+  } else {
+    EXPECT_EQ(log.find(marker), std::string::npos) << what << "\n" << log;
+  }
+}
+
 TEST_F(TypeConverterTest, FromV8CoversEveryKind) {
   struct Row {
     const char* code;
@@ -68,12 +80,8 @@ TEST_F(TypeConverterTest, FromV8CoversEveryKind) {
     LogCapture capture;
     const JSValue out = converter.FromV8(Eval(row.code));
     const std::string log = capture.Take();
-    if (*row.log) {
-      EXPECT_NE(log.find(row.log), std::string::npos) << row.code << "\n" << log;
-    } else {
-      // A substitute nobody asked for (a false cycle, say) would show here.
-      EXPECT_EQ(log.find("[TypeConverter]"), std::string::npos) << row.code << "\n" << log;
-    }
+    // A substitute nobody asked for (a false cycle, say) would show in the log.
+    ExpectLogLine(log, row.log, "[TypeConverter]", row.code);
     EXPECT_EQ(Show(out), row.expected) << row.code;
   }
 }
@@ -105,11 +113,7 @@ TEST_F(TypeConverterTest, ToV8RoundTripsAndSubstitutes) {
     LogCapture capture;
     v8::Local<v8::Value> v8_value = converter.ToV8(row.value);
     const std::string log = capture.Take();
-    if (*row.log) {
-      EXPECT_NE(log.find(row.log), std::string::npos) << row.expected << "\n" << log;
-    } else {
-      EXPECT_EQ(log, "") << row.expected;
-    }
+    ExpectLogLine(log, row.log, "", row.expected);
     ASSERT_FALSE(v8_value.IsEmpty()) << row.expected;
     EXPECT_EQ(Show(converter.FromV8(v8_value)), row.expected);
   }
