@@ -95,19 +95,22 @@ TEST_F(OwnIsolate, CompileAndRunFailuresAreToldApartAndNothingFailedIsKept) {
   DirectV8Scope scope(rt.GetIsolate());
   v8::Local<v8::Context> context = rt.GetContext();
   FixedScripts scripts;
-  bool compiled = true;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "(", &compiled));
-  EXPECT_FALSE(compiled);
-  EXPECT_EQ(scripts.compile_count(), 0u);
-
-  compiled = false;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "throw new Error('x')", &compiled));
-  EXPECT_TRUE(compiled);
   // A script that threw stays compiled and runs (and throws) again.
-  compiled = false;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "throw new Error('x')", &compiled));
-  EXPECT_TRUE(compiled);
-  EXPECT_EQ(scripts.compile_count(), 1u);
+  const struct {
+    const char* name;
+    const char* text;
+    bool compiled;
+    size_t compiles;
+  } rows[] = {{"does not compile", "(", false, 0},
+              {"throws", "throw new Error('x')", true, 1},
+              {"throws again", "throw new Error('x')", true, 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    bool compiled = !row.compiled;
+    EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, row.text, &compiled));
+    EXPECT_EQ(compiled, row.compiled);
+    EXPECT_EQ(scripts.compile_count(), row.compiles);
+  }
   scripts.Clear();
 }
 

@@ -266,15 +266,12 @@ TEST(JsDataConverterTest, FieldTreatments) {
 
 // The four readers of a role share one table; each is checked with every row.
 TEST(JsDataConverterTest, RoleTable) {
+  const char kLocalMember[] = R"({"userUuid":"u","name":"n"})", kUser[] = R"({"userUuid":"u"})";
   auto with_role = [](const char* base, const JSValue& role) { return Json(base).Set("role", role); };
   const std::function<MvMemberRole(const JSValue&)> readers[] = {
       [&](const JSValue& r) { return JSDataConverter<MvMember>::Convert(with_role("{}", r)).role; },
-      [&](const JSValue& r) {
-        return JSDataConverter<MvLocalMember>::Convert(with_role(R"({"userUuid":"u","name":"n"})", r)).role;
-      },
-      [&](const JSValue& r) {
-        return JSDataConverter<MvScheduledMember>::Convert(with_role(R"({"userUuid":"u"})", r)).role;
-      },
+      [&](const JSValue& r) { return JSDataConverter<MvLocalMember>::Convert(with_role(kLocalMember, r)).role; },
+      [&](const JSValue& r) { return JSDataConverter<MvScheduledMember>::Convert(with_role(kUser, r)).role; },
       [&](const JSValue& r) {
         return JSDataConverter<MvMeetingSDKInfo>::Convert(JSValue::Object().Set("localMember", with_role("{}", r))).role;
       },
