@@ -72,6 +72,7 @@ TEST_F(GatherdeckTest, InitializeSendsTheConfigurationAndManagersAppearOnlyAfter
   EXPECT_TRUE(deck->IsInitialized());
   JSValue sent = Eval(*adapter, "Promise.resolve(morVantaSandbox.initConfig)");
   ASSERT_TRUE(sent.IsObject());
+  ASSERT_TRUE(sent.Find("locale") && sent.Find("useAssetServerConfig"));
   EXPECT_EQ(sent.Find("locale")->stringValue, "de-DE");
   EXPECT_TRUE(sent.Find("useAssetServerConfig")->boolValue);
   EXPECT_EQ(sent.Find("debug"), nullptr);
