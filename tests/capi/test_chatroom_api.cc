@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "capi/c_alloc.h"
-#include "capi/fold_b_rows.h"
+#include "capi/answer_checks.h"
 
 using namespace morvanta_test;
 

@@ -4,7 +4,7 @@
 // where the test needs records the SDK would never send.
 #include <thread>
 
-#include "capi/fold_b_rows.h"
+#include "capi/answer_checks.h"
 
 using namespace morvanta_test;
 

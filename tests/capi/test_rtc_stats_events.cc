@@ -5,7 +5,7 @@
 #include <atomic>
 #include <future>
 
-#include "capi/fold_b_rows.h"
+#include "capi/answer_checks.h"
 
 using namespace morvanta_test;
 

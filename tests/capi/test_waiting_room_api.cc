@@ -4,7 +4,7 @@
 #include <chrono>
 #include <functional>
 
-#include "capi/fold_b_rows.h"
+#include "capi/answer_checks.h"
 #include "capi/waiting_room_harness.h"
 
 using namespace morvanta_test;

@@ -5,7 +5,7 @@
 // thread nor a late call behind.
 #include <chrono>
 
-#include "capi/fold_b_rows.h"
+#include "capi/answer_checks.h"
 #include "capi/waiting_room_harness.h"
 #include "support/test_support.h"
 
