@@ -30,41 +30,42 @@ struct Named {
   Witness* witness;
 };
 
+void Say(void* ud, const std::string& what) {
+  auto* n = static_cast<Named*>(ud);
+  n->witness->Saw(n->name + " " + what);
+}
+void Tell(void* ud, const std::string& what) { static_cast<Witness*>(ud)->Saw(what); }
+
+// Each item's part followed by a comma.
+template <class T, class F>
+std::string Join(const T* items, uint32_t count, F part) {
+  std::string s;
+  for (uint32_t i = 0; i < count; ++i) s += part(items[i]) + ",";
+  return s;
+}
+std::string Uuids(const MorvantaMember* ms, uint32_t count) {
+  return Join(ms, count, [](const MorvantaMember& m) { return std::string(m.uuid); });
+}
+std::string Flag(bool on) { return on ? ":1" : ":0"; }
+std::string By(const MorvantaMember* m) { return m ? m->uuid : "none"; }
+
 MorvantaMeetingListener ListenerFor(Named* n) {
   MorvantaMeetingListener l{};
   l.onMemberJoinMeeting = [](const MorvantaMember* m, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " join:" + m->uuid + "/" + m->name);
+    Say(ud, std::string("join:") + m->uuid + "/" + m->name);
   };
-  l.onMemberAudioMuteChanged = [](const char* uuid, bool mute, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " audio:" + uuid + (mute ? ":1" : ":0"));
-  };
-  l.onRoomEnded = [](const char* reason, const char* extra, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " ended:" + reason + "/" + extra);
-  };
-  l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t count, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    std::string s = n->name + " chatroom:";
-    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].uuid) + ",";
-    n->witness->Saw(s);
-  };
+  l.onMemberAudioMuteChanged = [](const char* u, bool on, void* ud) { Say(ud, std::string("audio:") + u + Flag(on)); };
+  l.onRoomEnded = [](const char* why, const char* more, void* ud) { Say(ud, std::string("ended:") + why + "/" + more); };
+  l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t n, void* ud) { Say(ud, "chatroom:" + Uuids(ms, n)); };
   l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " share:" + m->uuid + (sharing ? ":1:" : ":0:") + (by ? by->uuid : "none"));
+    Say(ud, "share:" + std::string(m->uuid) + Flag(sharing) + ":" + By(by));
   };
   l.onReceiveChatroomMessages = [](const MorvantaChatMessage* ms, uint32_t count, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    std::string s = n->name + " chat:";
-    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].text ? ms[i].text : "(null)") + ",";
-    n->witness->Saw(s);
+    Say(ud, "chat:" + Join(ms, count, [](const MorvantaChatMessage& m) { return std::string(m.text ? m.text : "(null)"); }));
   };
   l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char* ext,
                                      const MorvantaMember* by, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " ban:" + m->uuid + (banned ? ":1:" : ":0:") + std::to_string(duration) + ":" + ext +
-                    ":" + (by ? by->uuid : "none"));
+    Say(ud, "ban:" + std::string(m->uuid) + Flag(banned) + ":" + std::to_string(duration) + ":" + ext + ":" + By(by));
   };
   l.user_data = n;
   return l;
@@ -95,9 +96,9 @@ class HostDispatchChannels : public ::testing::Test {
     DrainWorker();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
-  // Adds `l`, then fires `statements` and waits until they are queued.
-  void ListenAndFire(const MorvantaMeetingListener& l, const std::string& statements) {
-    ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  // Adds the records, then fires `statements` and waits until they are queued.
+  void ListenAndFire(std::initializer_list<const MorvantaMeetingListener*> records, const std::string& statements) {
+    for (const MorvantaMeetingListener* l : records) ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, l), 0);
     ASSERT_TRUE(MeetingRegistered());
     Fire(statements);
     WaitQueued();
@@ -116,13 +117,19 @@ const char kEveryKind[] =
     "L.onMemberChatBanStateChanged({uuid: 'u2'}, true, 60, 'spam', {uuid: 'u1'});"
     "L.onRoomEnded('CLOSE_BY_MEMBER', '');";
 
+// `count` microphone changes of members u0, u1, ...
+std::string Mutes(int count) {
+  return "for (var i = 0; i < " + std::to_string(count) +
+         "; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);";
+}
+
 }  // namespace
 
 TEST_F(HostDispatchChannels, MeetingListenerCallsWaitForTheDispatchAndCarryTheirValues) {
   Witness w;
   Named a{"a", &w};
   MorvantaMeetingListener l = ListenerFor(&a);
-  ListenAndFire(l, kEveryKind);
+  ListenAndFire({&l}, kEveryKind);
   EXPECT_EQ(w.Count(), 0u);
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 8; }));
   EXPECT_EQ(w.Calls(), (std::vector<std::string>{
@@ -144,16 +151,13 @@ TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
   Witness w;
   Named a{"a", &w}, b{"b", &w};
   MorvantaMeetingListener la = ListenerFor(&a), lb = ListenerFor(&b);
-  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &la), 0);
-  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &lb), 0);
-  ASSERT_TRUE(MeetingRegistered());
-  Fire("for (var i = 0; i < 5; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
-  WaitQueued();
+  ListenAndFire({&la, &lb}, Mutes(5));
   ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &la), 0);
   EXPECT_TRUE(Readable(fd));
   EXPECT_EQ(DispatchNow(), 5);
-  EXPECT_EQ(w.Calls(), (std::vector<std::string>{"b audio:u0:1", "b audio:u1:1", "b audio:u2:1", "b audio:u3:1",
-                                                 "b audio:u4:1"}));
+  std::vector<std::string> expected;
+  for (int i = 0; i < 5; ++i) expected.push_back("b audio:u" + std::to_string(i) + ":1");
+  EXPECT_EQ(w.Calls(), expected);
   // Removing the last record drops the rest: nothing waits any more.
   Fire("L.onMemberAudioMuteChanged({uuid: 'late'}, false, null);");
   WaitQueued();
@@ -213,10 +217,10 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
   Witness w;
   Named a{"a", &w};
   MorvantaMeetingListener l = ListenerFor(&a);
-  ListenAndFire(l, "for (var i = 0; i < 20; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
+  ListenAndFire({&l}, Mutes(20));
   MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
   ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char*, uint32_t value, void* ud) {
-    static_cast<Witness*>(ud)->Saw("volume:" + std::to_string(code) + ":" + std::to_string(value));
+    Tell(ud, "volume:" + std::to_string(code) + ":" + std::to_string(value));
   }, &w), 0);
   DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -230,29 +234,25 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
 
 namespace {
 
-void SeeRtc(const MorvantaRtcStats* s, void* ud) { static_cast<Witness*>(ud)->Saw("rtc:" + std::to_string(s->tx_bytes)); }
+void SeeRtc(const MorvantaRtcStats* s, void* ud) { Tell(ud, "rtc:" + std::to_string(s->tx_bytes)); }
 void SeeRemoteAudio(const MorvantaRemoteAudioStats* s, uint32_t count, void* ud) {
-  std::string text = "remote:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].user_uuid) + "=" + std::to_string(s[i].volume) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+  Tell(ud, "remote:" + Join(s, count, [](auto& r) { return r.user_uuid + ("=" + std::to_string(r.volume)); }));
 }
 void SeeCustom(const MorvantaCustomMessage* m, void* ud) {
-  static_cast<Witness*>(ud)->Saw(std::string("custom:") + m->sender_uuid + ":" + m->data);
+  Tell(ud, std::string("custom:") + m->sender_uuid + ":" + m->data);
 }
 void SeeRecent(const MorvantaSessionRecentInfo* s, uint32_t count, void* ud) {
-  std::string text = "recent:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].session_id) + "=" + std::to_string(s[i].unread_count) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+  Tell(ud, "recent:" + Join(s, count, [](auto& r) { return r.session_id + ("=" + std::to_string(r.unread_count)); }));
 }
 void SeeWaiting(const MorvantaWaitingRoomMember* m, int32_t reason, void* ud) {
-  static_cast<Witness*>(ud)->Saw(std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
+  Tell(ud, std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
 }
-void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) {
-  std::string text = "managers:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(ms[i].uuid) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) { Tell(ud, "managers:" + Uuids(ms, count)); }
+void SeeEngine(const char* room, void* ud) { Tell(ud, std::string("engine:") + room); }
+void EmitEngine(const std::string& room) {
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['" + room + "']})");
 }
-void SeeEngine(const char* room, void* ud) { static_cast<Witness*>(ud)->Saw(std::string("engine:") + room); }
 
 }  // namespace
 
@@ -290,8 +290,7 @@ TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForT
   FireOn("__morvantaWaitingRoomListenerRef",
          "L.onMemberJoin({uuid: 'w1', name: 'Wes', joinTime: 5, status: 1}, 0);"
          "L.onManagersUpdated([{uuid: 'h1'}, {uuid: 'h2'}]);");
-  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
-              " args: ['room-9']})");
+  EmitEngine("room-9");
   WaitQueued();
   EXPECT_EQ(w.Count(), 0u);
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 7; }));
@@ -304,8 +303,7 @@ TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForT
 
   // Removal drops queued calls on these channels as well.
   FireOn("__morvantaRtcStatsListenerRef", "L.onRtcStats({txBytes: 1});");
-  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
-              " args: ['room-10']})");
+  EmitEngine("room-10");
   WaitQueued();
   EXPECT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0);
   EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&global), 0);
@@ -413,7 +411,7 @@ TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnswered
   MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
   for (int i = 0; i < 3; ++i)
     ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char* message, uint32_t, void* ud) {
-      static_cast<Witness*>(ud)->Saw(std::to_string(code) + ":" + message);
+      Tell(ud, std::to_string(code) + ":" + message);
     }, &w), 0);
   DrainWorker();
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
