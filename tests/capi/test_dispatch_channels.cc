@@ -12,9 +12,12 @@
 
 #include "capi/callback_slot.h"
 #include "capi/channel_events_harness.h"
+#include "fold_c_rows.h"
 #include "support/dispatch_harness.h"
 
 using namespace morvanta_test;
+using test_rows::ExpectRows;
+using test_rows::ExpectSteps;
 
 namespace {
 
@@ -55,13 +58,13 @@ MorvantaMeetingListener ListenerFor(Named* n) {
     Say(ud, std::string("join:") + m->uuid + "/" + m->name);
   };
   l.onMemberAudioMuteChanged = [](const char* u, bool on, void* ud) { Say(ud, std::string("audio:") + u + Flag(on)); };
-  l.onRoomEnded = [](const char* why, const char* more, void* ud) { Say(ud, std::string("ended:") + why + "/" + more); };
+  l.onRoomEnded = [](const char* why, const char* x, void* ud) { Say(ud, "ended:" + std::string(why) + "/" + x); };
   l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t n, void* ud) { Say(ud, "chatroom:" + Uuids(ms, n)); };
   l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by, void* ud) {
     Say(ud, "share:" + std::string(m->uuid) + Flag(sharing) + ":" + By(by));
   };
   l.onReceiveChatroomMessages = [](const MorvantaChatMessage* ms, uint32_t count, void* ud) {
-    Say(ud, "chat:" + Join(ms, count, [](const MorvantaChatMessage& m) { return std::string(m.text ? m.text : "(null)"); }));
+    Say(ud, "chat:" + Join(ms, count, [](const MorvantaChatMessage& m) { return test_rows::Str(m.text); }));
   };
   l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char* ext,
                                      const MorvantaMember* by, void* ud) {
@@ -142,9 +145,7 @@ TEST_F(HostDispatchChannels, MeetingListenerCallsWaitForTheDispatchAndCarryTheir
                            "a ban:u2:1:60:spam:u1",
                            "a ended:CLOSE_BY_MEMBER/",
                        }));
-  EXPECT_EQ(w.off_thread, 0);
-  EXPECT_EQ(w.outside_dispatch, 0);
-  EXPECT_FALSE(Readable(fd));
+  ExpectRows(ROW(w.off_thread), 0, ROW(w.outside_dispatch), 0, ROW(Readable(fd)), false);
 }
 
 TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
@@ -153,8 +154,7 @@ TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
   MorvantaMeetingListener la = ListenerFor(&a), lb = ListenerFor(&b);
   ListenAndFire({&la, &lb}, Mutes(5));
   ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &la), 0);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 5);
+  ExpectSteps({STEP(Readable(fd), true), STEP(DispatchNow(), 5)});
   std::vector<std::string> expected;
   for (int i = 0; i < 5; ++i) expected.push_back("b audio:u" + std::to_string(i) + ":1");
   EXPECT_EQ(w.Calls(), expected);
@@ -162,9 +162,7 @@ TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
   Fire("L.onMemberAudioMuteChanged({uuid: 'late'}, false, null);");
   WaitQueued();
   ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &lb), 0);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 0);
-  EXPECT_EQ(w.Count(), 5u);
+  ExpectSteps({STEP(Readable(fd), false), STEP(DispatchNow(), 0), STEP(w.Count(), 5)});
 }
 
 namespace {
@@ -202,10 +200,7 @@ TEST_F(HostDispatchChannels, AListenerMayRemoveItselfAndAddAnotherOfItsOwnChanne
   WaitQueued();
   // The first call removes its record: the second call queued for it is
   // dropped; the new record hears only later events.
-  EXPECT_EQ(DispatchNow(), 1);
-  EXPECT_EQ(h.removed, 0);
-  EXPECT_EQ(h.added, 0);
-  EXPECT_FALSE(Readable(fd));
+  ExpectSteps({STEP(DispatchNow(), 1), STEP(h.removed, 0), STEP(h.added, 0), STEP(Readable(fd), false)});
   ASSERT_TRUE(MeetingRegistered());
   Fire("L.onMemberAudioMuteChanged({uuid: 'three'}, true, null);");
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 2; }));
@@ -225,8 +220,7 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
   DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 1);
+  ExpectSteps({STEP(Readable(fd), true), STEP(DispatchNow(), 1)});
   EXPECT_EQ(w.Calls(), (std::vector<std::string>{"volume:0:80"}));
   EXPECT_FALSE(Readable(fd));
   Morvanta_DestroyAudioManagerHandle(audio);
@@ -298,20 +292,17 @@ TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForT
   std::sort(calls.begin(), calls.end());  // the channels drain on threads of their own
   EXPECT_EQ(calls, (std::vector<std::string>{"custom:s1:ping", "engine:room-9", "managers:h1,h2,", "recent:a=2,",
                                              "remote:r1=3,r2=4,", "rtc:42", "waiting:w1/Wes/0"}));
-  EXPECT_EQ(w.off_thread, 0);
-  EXPECT_EQ(w.outside_dispatch, 0);
+  ExpectRows(ROW(w.off_thread), 0, ROW(w.outside_dispatch), 0);
 
   // Removal drops queued calls on these channels as well.
   FireOn("__morvantaRtcStatsListenerRef", "L.onRtcStats({txBytes: 1});");
   EmitEngine("room-10");
   WaitQueued();
-  EXPECT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0);
-  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&global), 0);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 0);
-  EXPECT_EQ(w.Count(), 7u);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0);
-  EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0);
+  ExpectSteps({STEP(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0),
+               STEP(Morvanta_RemoveGlobalEventListener(&global), 0), STEP(Readable(fd), false),
+               STEP(DispatchNow(), 0), STEP(w.Count(), 7),
+               STEP(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0),
+               STEP(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0)});
   Morvanta_DestroyWaitingRoomManagerHandle(room);
 }
 
@@ -337,6 +328,12 @@ struct Flood {
   void Check() {
     if (std::this_thread::get_id() != host) ++off_thread;
   }
+  // Event number `n` of one channel.
+  static void See(void* ud, Sequence Flood::*channel, const char* n) {
+    auto* f = static_cast<Flood*>(ud);
+    f->Check();
+    (f->*channel).See(std::atol(n));
+  }
 };
 
 }  // namespace
@@ -347,17 +344,11 @@ TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriv
   constexpr int kCalls = 200;
   Flood f;
   MorvantaMeetingListener ml{};
-  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
-    auto* fl = static_cast<Flood*>(ud);
-    fl->Check();
-    fl->meeting.See(std::atol(uuid));
-  };
+  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) { Flood::See(ud, &Flood::meeting, uuid); };
   ml.user_data = &f;
   MorvantaMessageChannelListener cl{};
   cl.onCustomMessageReceived = [](const MorvantaCustomMessage* m, void* ud) {
-    auto* fl = static_cast<Flood*>(ud);
-    fl->Check();
-    fl->messages.See(std::atol(m->data));
+    Flood::See(ud, &Flood::messages, m->data);
   };
   cl.user_data = &f;
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &ml), 0);
@@ -393,15 +384,11 @@ TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriv
   ASSERT_TRUE(all) << f.meeting.next << " / " << f.messages.next << " / " << f.answers;
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(DispatchNow(), 0);  // nothing twice, nothing left over
-  EXPECT_EQ(f.meeting.next, kPerChannel);
-  EXPECT_EQ(f.meeting.wrong, 0);
-  EXPECT_EQ(f.messages.next, kPerChannel);
-  EXPECT_EQ(f.messages.wrong, 0);
-  EXPECT_EQ(f.answers.load(), kCalls);
-  EXPECT_EQ(f.answer_failures.load(), 0);
-  EXPECT_EQ(f.off_thread.load(), 0);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0);
+  ExpectRows(ROW(f.meeting.next), kPerChannel, ROW(f.meeting.wrong), 0, ROW(f.messages.next), kPerChannel,
+             ROW(f.messages.wrong), 0, ROW(f.answers.load()), kCalls, ROW(f.answer_failures.load()), 0,
+             ROW(f.off_thread.load()), 0);
+  ExpectSteps({STEP(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0),
+               STEP(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0)});
   Morvanta_DestroyAudioManagerHandle(audio);
 }
 
@@ -416,10 +403,7 @@ TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnswered
   DrainWorker();
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
   // Answered before Morvanta_Uninitialize returned, but run only now.
-  EXPECT_EQ(w.Count(), 0u);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 3);
+  ExpectSteps({STEP(w.Count(), 0), STEP(Readable(fd), true), STEP(DispatchNow(), 3), STEP(w.off_thread, 0)});
   EXPECT_EQ(w.Calls(), (std::vector<std::string>(3, "-1:Bridge shutting down")));
-  EXPECT_EQ(w.off_thread, 0);
   Morvanta_DestroyAudioManagerHandle(audio);
 }
