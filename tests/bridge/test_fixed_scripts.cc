@@ -13,17 +13,15 @@
 
 #include "bridge/call_templates.h"
 #include "bridge/fixed_scripts.h"
+#include "bridge/isolate_fixture.h"
 #include "bridge/script_cache_trim.h"
 #include "bridge/script_writer.h"
-#include "runtime/node_runtime.h"
 #include "bridge/v8_text.h"
-#include "runtime/v8_scope.h"
 #include "support/bridge_harness.h"
 
 using morvanta::jsbridge::CallTemplates;
 using morvanta::jsbridge::DirectV8Scope;
 using morvanta::jsbridge::FixedScripts;
-using morvanta::jsbridge::NodeRuntime;
 using morvanta::jsbridge::ScriptCacheTrim;
 
 namespace {
@@ -31,11 +29,8 @@ namespace {
 constexpr char kCounter[] = "globalThis.__runs = (globalThis.__runs || 0) + 1;";
 
 // A runtime whose isolate the test thread enters directly.
-class OwnIsolate : public ::testing::Test {
+class OwnIsolate : public bridge_test::IsolateTest {
  protected:
-  void SetUp() override { ASSERT_TRUE(rt.Initialize({"node"})) << rt.GetLastError(); }
-  void TearDown() override { rt.Cleanup(); }
-
   // The number in `context`'s global __runs (-1 when it is not a number).
   static double Runs(v8::Local<v8::Context> context) {
     v8::Isolate* isolate = context->GetIsolate();
@@ -52,45 +47,47 @@ class OwnIsolate : public ::testing::Test {
     v8::TryCatch try_catch(context->GetIsolate());
     return !scripts.Run(context, slot, text, compiled).IsEmpty();
   }
-
-  NodeRuntime rt;
 };
 
 TEST_F(OwnIsolate, AFixedScriptIsCompiledOncePerContextAndNeverRunsInAnother) {
   DirectV8Scope scope(rt.GetIsolate());
   v8::Isolate* isolate = rt.GetIsolate();
   v8::Local<v8::Context> first = rt.GetContext();
-  FixedScripts scripts;
-  bool compiled = false;
-  for (int i = 0; i < 3; ++i) ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_TRUE(compiled);
-  EXPECT_EQ(Runs(first), 3);
-  EXPECT_EQ(scripts.compile_count(), 1u);
-
-  // A fresh context (as after re-initialisation) gets its own compile, and
-  // the script it runs acts on its own global only.
   v8::Local<v8::Context> second = v8::Context::New(isolate);
-  ASSERT_TRUE(Run(scripts, second, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 2u);
-  EXPECT_EQ(Runs(second), 1);
-  EXPECT_EQ(Runs(first), 3);
-  ASSERT_TRUE(Run(scripts, second, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 2u);
-  EXPECT_EQ(Runs(second), 2);
-
-  // Back in the first context nothing compiled for the second one runs.
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 3u);
-  EXPECT_EQ(Runs(first), 4);
-  EXPECT_EQ(Runs(second), 2);
-
-  // Slots are separate; Clear drops every compiled form.
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kExtraction, "globalThis.__other = 1;", &compiled));
-  EXPECT_EQ(scripts.compile_count(), 4u);
-  scripts.Clear();
-  ASSERT_TRUE(Run(scripts, first, FixedScripts::kPromiseHandler, kCounter, &compiled));
-  EXPECT_EQ(scripts.compile_count(), 5u);
-  EXPECT_EQ(Runs(first), 5);
+  FixedScripts scripts;
+  // One run per row; then the compile count and each context's __runs (-1:
+  // never run there). A fresh context (as after re-initialisation) gets its
+  // own compile, and the script it runs acts on its own global only; back in
+  // the first one nothing compiled for the second runs. Slots are separate;
+  // Clear drops every compiled form.
+  const struct {
+    const char* name;
+    bool in_second;
+    FixedScripts::Slot slot;
+    const char* text;
+    bool clear_first;
+    size_t compiles;
+    double runs_first, runs_second;
+  } rows[] = {
+      {"first run", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 1, -1},
+      {"again", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 2, -1},
+      {"third time", false, FixedScripts::kPromiseHandler, kCounter, false, 1, 3, -1},
+      {"another context", true, FixedScripts::kPromiseHandler, kCounter, false, 2, 3, 1},
+      {"another context again", true, FixedScripts::kPromiseHandler, kCounter, false, 2, 3, 2},
+      {"back in the first", false, FixedScripts::kPromiseHandler, kCounter, false, 3, 4, 2},
+      {"another slot", false, FixedScripts::kExtraction, "globalThis.__other = 1;", false, 4, 4, 2},
+      {"after Clear", false, FixedScripts::kPromiseHandler, kCounter, true, 5, 5, 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    if (row.clear_first) scripts.Clear();
+    bool compiled = false;
+    ASSERT_TRUE(Run(scripts, row.in_second ? second : first, row.slot, row.text, &compiled));
+    EXPECT_TRUE(compiled);
+    EXPECT_EQ(scripts.compile_count(), row.compiles);
+    EXPECT_EQ(Runs(first), row.runs_first);
+    EXPECT_EQ(Runs(second), row.runs_second);
+  }
   scripts.Clear();
 }
 
@@ -98,19 +95,22 @@ TEST_F(OwnIsolate, CompileAndRunFailuresAreToldApartAndNothingFailedIsKept) {
   DirectV8Scope scope(rt.GetIsolate());
   v8::Local<v8::Context> context = rt.GetContext();
   FixedScripts scripts;
-  bool compiled = true;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "(", &compiled));
-  EXPECT_FALSE(compiled);
-  EXPECT_EQ(scripts.compile_count(), 0u);
-
-  compiled = false;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "throw new Error('x')", &compiled));
-  EXPECT_TRUE(compiled);
   // A script that threw stays compiled and runs (and throws) again.
-  compiled = false;
-  EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, "throw new Error('x')", &compiled));
-  EXPECT_TRUE(compiled);
-  EXPECT_EQ(scripts.compile_count(), 1u);
+  const struct {
+    const char* name;
+    const char* text;
+    bool compiled;
+    size_t compiles;
+  } rows[] = {{"does not compile", "(", false, 0},
+              {"throws", "throw new Error('x')", true, 1},
+              {"throws again", "throw new Error('x')", true, 1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    bool compiled = !row.compiled;
+    EXPECT_FALSE(Run(scripts, context, FixedScripts::kExtraction, row.text, &compiled));
+    EXPECT_EQ(compiled, row.compiled);
+    EXPECT_EQ(scripts.compile_count(), row.compiles);
+  }
   scripts.Clear();
 }
 

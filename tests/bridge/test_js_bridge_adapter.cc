@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -13,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "bridge/adapter_delivery.h"
 #include "bridge/js_bridge_adapter.h"
 #include "bridge/js_value.h"
 
@@ -27,42 +27,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// One delivery slot, shared with a callback that may come late.
-struct Delivery {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
-  std::thread::id thread;
-  JSResult result;
-
-  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, limit, [&] { return calls > 0; });
-  }
-  int Calls() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return calls;
-  }
-};
-
-JSCallback Catch(const std::shared_ptr<Delivery>& d) {
-  return [d](const JSResult& r) {
-    std::lock_guard<std::mutex> lock(d->mutex);
-    ++d->calls;
-    d->result = r;
-    d->thread = std::this_thread::get_id();
-    d->cv.notify_all();
-  };
-}
-
-// Runs a script or call and waits for its single answer.
-JSResult RunJS(JSBridgeAdapter& adapter, const std::string& script) {
-  auto d = std::make_shared<Delivery>();
-  adapter.ExecuteJS(script, Catch(d));
-  EXPECT_TRUE(d->Wait()) << script;
-  EXPECT_EQ(d->Calls(), 1) << script;
-  return d->result;
-}
+using bridge_test::Catch;
+using bridge_test::Delivery;
+using bridge_test::RunJS;
 
 JSResult Call(JSBridgeAdapter& adapter, const std::string& path, const std::vector<JSValue>& args) {
   auto d = std::make_shared<Delivery>();
@@ -219,18 +186,23 @@ TEST_F(AdapterCallTest, ArgumentsArriveInTheirSourceForm) {
   ASSERT_EQ(parsed.arrayValue.size(), args.size());
   EXPECT_EQ(parsed.arrayValue[3].stringValue, text);
 
-  // Other control characters and UTF-8 pass raw into the script and survive.
-  r = Call(adapter, "codesOf", {"a\x01\x7f\x1b" "b\xc3\xa9\xe2\x82\xac"});
-  ASSERT_TRUE(r.success) << r.error;
-  EXPECT_EQ(r.value.stringValue, "97,1,127,27,98,233,8364");
-
+  // Other control characters and UTF-8 pass raw into the script and survive;
+  // bytes arrive as a Buffer.
   static const uint8_t kBytes[] = {0, 1, 127, 128, 255};
-  r = Call(adapter, "bytesOf", {JSValue::Binary(kBytes, sizeof(kBytes))});
-  ASSERT_TRUE(r.success) << r.error;
-  EXPECT_EQ(r.value.stringValue, "buffer:0,1,127,128,255");
-  r = Call(adapter, "bytesOf", {JSValue::Binary(nullptr, 0)});
-  ASSERT_TRUE(r.success) << r.error;
-  EXPECT_EQ(r.value.stringValue, "buffer:");
+  const struct {
+    const char* function;
+    JSValue arg;
+    const char* seen;
+  } rows[] = {
+      {"codesOf", "a\x01\x7f\x1b" "b\xc3\xa9\xe2\x82\xac", "97,1,127,27,98,233,8364"},
+      {"bytesOf", JSValue::Binary(kBytes, sizeof(kBytes)), "buffer:0,1,127,128,255"},
+      {"bytesOf", JSValue::Binary(nullptr, 0), "buffer:"},
+  };
+  for (const auto& row : rows) {
+    r = Call(adapter, row.function, {row.arg});
+    ASSERT_TRUE(r.success) << row.seen << ": " << r.error;
+    EXPECT_EQ(r.value.stringValue, row.seen);
+  }
 }
 
 TEST_F(AdapterCallTest, ResultsAndFailuresComeBackAsProductValues) {

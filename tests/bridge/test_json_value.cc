@@ -12,6 +12,23 @@ using morvanta::ParseJsonToJSValue;
 using morvanta::TryParseJson;
 using morvanta::TryParseJsonCuttingDeepValues;
 
+namespace {
+
+// How many arrays are nested through first elements; `end` gets the value
+// below the innermost one (nullptr if that array is empty).
+int ArrayDepth(const JSValue& v, const JSValue** end = nullptr) {
+  int depth = 0;
+  const JSValue* at = &v;
+  while (at && at->IsArray()) {
+    ++depth;
+    at = at->arrayValue.empty() ? nullptr : &at->arrayValue[0];
+  }
+  if (end) *end = at;
+  return depth;
+}
+
+}  // namespace
+
 TEST(JsonValue, TextThatIsNotJsonBecomesAStringHoldingIt) {
   const std::string texts[] = {
       "",
@@ -92,15 +109,7 @@ TEST(JsonValue, ContainersNestAndDuplicateKeysKeepTheLast) {
 TEST(JsonValue, DeepNestingNeverCrashes) {
   // Within the limit the whole depth arrives.
   const int allowed = kMaxJsonDepth;
-  JSValue v = ParseJsonToJSValue(std::string(allowed, '[') + std::string(allowed, ']'));
-  int depth = 0;
-  const JSValue* at = &v;
-  while (at->type == JSValueType::Array) {
-    ++depth;
-    if (at->arrayValue.empty()) break;
-    at = &at->arrayValue[0];
-  }
-  EXPECT_EQ(depth, allowed);
+  EXPECT_EQ(ArrayDepth(ParseJsonToJSValue(std::string(allowed, '[') + std::string(allowed, ']'))), allowed);
 
   // Far beyond it, closed or not, the text comes back as a string.
   std::string objects;
@@ -169,15 +178,13 @@ TEST(JsonValue, TheCuttingParseReplacesOnlyTheValuesNestedTooDeep) {
   ASSERT_NE(events->arrayValue[1].Find("next"), nullptr);
   EXPECT_EQ(events->arrayValue[1].Find("next")->numberValue, 2);
   // Arrays down to the limit, then the marker in place of the rest.
-  const JSValue* at = events->arrayValue[0].Find("deep");
-  int depth = 3;  // the object, the events array, the record
-  while (at && at->IsArray()) {
-    ++depth;
-    at = at->arrayValue.empty() ? nullptr : &at->arrayValue[0];
-  }
+  const JSValue* deep = events->arrayValue[0].Find("deep");
+  ASSERT_NE(deep, nullptr);
+  const JSValue* at = nullptr;
+  // Three levels above: the object, the events array, the record.
+  EXPECT_EQ(3 + ArrayDepth(*deep, &at), kMaxJsonDepth + 1);
   ASSERT_NE(at, nullptr);
   EXPECT_EQ(at->stringValue, morvanta::kJsonTooDeepValue);
-  EXPECT_EQ(depth, kMaxJsonDepth + 1);
   // Text that does not parse fails alike.
   EXPECT_FALSE(TryParseJsonCuttingDeepValues("[1,", v, &error, &offset));
   EXPECT_EQ(offset, 3u);

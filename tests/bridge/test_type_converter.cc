@@ -9,11 +9,8 @@
 #include <sstream>
 #include <string>
 
+#include "bridge/isolate_fixture.h"
 #include "bridge/type_converter.h"
-#include "bridge/v8_text.h"
-#include "runtime/log.h"
-#include "runtime/node_runtime.h"
-#include "runtime/v8_scope.h"
 
 namespace {
 
@@ -44,33 +41,20 @@ std::string Show(const JSValue& v) {
   return os.str();
 }
 
-// Everything logged between construction and Take().
-struct LogCapture {
-  LogCapture() { testing::internal::CaptureStdout(), testing::internal::CaptureStderr(); }
-  std::string Take() {
-    morvanta::log::FlushAll();
-    return testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
-  }
-};
+using TypeConverterTest = bridge_test::IsolateTest;
+using bridge_test::LogCapture;
 
-class TypeConverterTest : public testing::Test {
- protected:
-  void SetUp() override { ASSERT_TRUE(rt_.Initialize({"node"})) << rt_.GetLastError(); }
-  void TearDown() override { rt_.Cleanup(); }
-  v8::Isolate* isolate() { return rt_.GetIsolate(); }
-  v8::Local<v8::Value> Eval(const std::string& code) {
-    v8::Local<v8::Context> context = isolate()->GetCurrentContext();
-    v8::Local<v8::Script> script;
-    v8::Local<v8::Value> result;
-    if (v8::Script::Compile(context, V8String(isolate(), code)).ToLocal(&script) &&
-        script->Run(context).ToLocal(&result))
-      return result;
-    ADD_FAILURE() << "script failed: " << code;
-    return v8::Undefined(isolate());
+// `line` must be in the log; without one the log must hold no `marker`, or
+// with no marker either, nothing at all.
+void ExpectLogLine(const std::string& log, const char* line, const std::string& marker, const std::string& what) {
+  if (*line) {
+    EXPECT_NE(log.find(line), std::string::npos) << what << "\n" << log;
+  } else if (marker.empty()) {
+    EXPECT_EQ(log, "") << what;
+  } else {
+    EXPECT_EQ(log.find(marker), std::string::npos) << what << "\n" << log;
   }
-
-  NodeRuntime rt_;
-};
+}
 
 TEST_F(TypeConverterTest, FromV8CoversEveryKind) {
   struct Row {
@@ -90,19 +74,14 @@ TEST_F(TypeConverterTest, FromV8CoversEveryKind) {
       {"(() => { const a = {n: 1}; a.self = a; return a; })()", "{n:1,self:undefined}", "Circular reference"},
       {"(() => { const s = {v: 1}; return [s, [s]]; })()", "[{v:1},[{v:1}]]", ""},
   };
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   TypeConverter converter(isolate());
   for (const Row& row : rows) {
     LogCapture capture;
     const JSValue out = converter.FromV8(Eval(row.code));
     const std::string log = capture.Take();
-    if (*row.log) {
-      EXPECT_NE(log.find(row.log), std::string::npos) << row.code << "\n" << log;
-    } else {
-      // A substitute nobody asked for (a false cycle, say) would show here.
-      EXPECT_EQ(log.find("[TypeConverter]"), std::string::npos) << row.code << "\n" << log;
-    }
+    // A substitute nobody asked for (a false cycle, say) would show in the log.
+    ExpectLogLine(log, row.log, "[TypeConverter]", row.code);
     EXPECT_EQ(Show(out), row.expected) << row.code;
   }
 }
@@ -128,18 +107,13 @@ TEST_F(TypeConverterTest, ToV8RoundTripsAndSubstitutes) {
       {JSValue(static_cast<JSValueType>(42)), "undefined",
        "[TypeConverter] Warning: Unknown JSValue type 42, using undefined"},
   };
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   TypeConverter converter(isolate());
   for (const Row& row : rows) {
     LogCapture capture;
     v8::Local<v8::Value> v8_value = converter.ToV8(row.value);
     const std::string log = capture.Take();
-    if (*row.log) {
-      EXPECT_NE(log.find(row.log), std::string::npos) << row.expected << "\n" << log;
-    } else {
-      EXPECT_EQ(log, "") << row.expected;
-    }
+    ExpectLogLine(log, row.log, "", row.expected);
     ASSERT_FALSE(v8_value.IsEmpty()) << row.expected;
     EXPECT_EQ(Show(converter.FromV8(v8_value)), row.expected);
   }
@@ -153,8 +127,7 @@ TEST_F(TypeConverterTest, ToV8RoundTripsAndSubstitutes) {
 TEST_F(TypeConverterTest, BuffersAreCopiedAndEmptyWithoutBytes) {
   uint8_t bytes[] = {'a', 'b', 0, 'c'};
   const JSBuffer rows[] = {{bytes, 4}, {nullptr, 10}, {bytes, 0}};
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   TypeConverter converter(isolate());
   for (const JSBuffer& row : rows) {
     JSValue value(JSValueType::Buffer);
@@ -170,8 +143,7 @@ TEST_F(TypeConverterTest, BuffersAreCopiedAndEmptyWithoutBytes) {
 
 TEST_F(TypeConverterTest, ArraysAreCutAtOneMillionElements) {
   const std::string warning = "[TypeConverter] Warning: Array too large (";
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   TypeConverter converter(isolate());
   for (uint32_t length : {1000000u, 1000001u}) {
     const bool cut = length == 1000001u;
@@ -198,8 +170,7 @@ TEST_F(TypeConverterTest, ObjectPropertyLimitIgnoresEmptyKeys) {
     bool empty_key;
     bool limit_line;
   } rows[] = {{10000, true, false}, {10001, false, true}, {10001, true, true}};
-  DirectV8Scope scope(isolate());
-  scope.EnterContext(rt_.GetContext());
+  Enter();
   v8::Local<v8::Context> context = isolate()->GetCurrentContext();
   TypeConverter converter(isolate());
   for (const Row& row : rows) {
@@ -223,10 +194,10 @@ TEST_F(TypeConverterTest, ObjectPropertyLimitIgnoresEmptyKeys) {
 }
 
 TEST_F(TypeConverterTest, WithoutContextEverythingWarns) {
-  DirectV8Scope scope(isolate());
+  Enter(false);
   v8::Local<v8::Array> array;
   {
-    v8::Context::Scope context_scope(rt_.GetContext());
+    v8::Context::Scope context_scope(rt.GetContext());
     array = v8::Array::New(isolate(), 3);
   }
   TypeConverter converter(isolate());

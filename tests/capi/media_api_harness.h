@@ -8,7 +8,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -79,6 +78,40 @@ struct Seen {
   }
 };
 
+// Stands for the Seen callback of whatever shape the parameter it is passed
+// to has, or for a NULL callback of that shape with `none`.
+struct AnyCallback {
+  bool none = false;
+  operator MorvantaCallback() const { return none ? nullptr : Seen::OnPlain; }
+  operator MorvantaStringCallback() const { return none ? nullptr : Seen::OnString; }
+  operator MorvantaIntegerCallback() const { return none ? nullptr : Seen::OnVolume; }
+  operator MorvantaDeviceListCallback() const { return none ? nullptr : Seen::OnDevices; }
+};
+
+// A function that delivers a value, as a call of one type whatever its
+// callback's shape.
+template <typename Handle, typename Callback>
+std::function<int(Handle*, AnyCallback, void*)> Getter(int (*f)(Handle*, Callback, void*)) {
+  return [f](Handle* h, AnyCallback cb, void* ud) { return f(h, cb, ud); };
+}
+
+// Calls f(args..., callback, seen), expects it accepted, and waits for the
+// answer, which it returns.
+template <typename F, typename... A>
+std::shared_ptr<Seen> Answer(F f, A... args) {
+  auto seen = std::make_shared<Seen>();
+  EXPECT_EQ(f(args..., AnyCallback{}, seen.get()), 0);
+  EXPECT_TRUE(seen->Wait());
+  return seen;
+}
+
+// f with its arguments between the handle and the callback bound: a
+// PlainCase's call.
+template <typename F, typename... A>
+auto With(F f, A... args) {
+  return [=](auto* h, MorvantaCallback cb, void* ud) { return f(h, args..., cb, ud); };
+}
+
 // A JavaScript expression's value as JSON text, evaluated in the sandbox
 // after everything queued before it has run.
 inline std::string Json(const std::string& expression) {
@@ -118,7 +151,7 @@ template <typename Handle>
 struct PlainCase {
   const char* path;  // the sandbox's method path, such as "audio.setSpeakerDevice"
   std::function<int(Handle*, MorvantaCallback, void*)> call;
-  const char* args;             // the arguments the sandbox receives, as JSON
+  std::string args;             // the arguments the sandbox receives, as JSON
   bool answer_ignored = false;  // success whenever the call was fulfilled
   int code = 0;                 // the service's answer to these arguments
 };
@@ -157,16 +190,23 @@ void ExpectPlainCases(Handle* handle, const std::vector<PlainCase<Handle>>& case
       if (o.code == -1) EXPECT_NE(seen->message.find("service down"), std::string::npos) << seen->message;
     }
     ASSERT_EQ(c.call(handle, nullptr, nullptr), 0);
-    const std::string args = c.args;
+    const std::string& args = c.args;
     EXPECT_EQ(ArgsOf(c.path), "[" + args + "," + args + "," + args + "," + args + "]");
   }
+}
+
+// Every case's function refuses `bad`, a NULL handle or one without a
+// manager, with -1; ExpectRefused then makes sure that nothing started.
+template <typename Handle>
+void ExpectPlainRefusals(Handle* bad, const std::vector<PlainCase<Handle>>& cases, void* user_data) {
+  for (const PlainCase<Handle>& c : cases) EXPECT_EQ(c.call(bad, &Seen::OnPlain, user_data), -1) << c.path;
 }
 
 // Refusals: every result is -1, and nothing was started: no callback through
 // `seen` and no call to a method of the family's SDK object (`manager`, such
 // as "audio"). `results` are the refused calls' return values, in order.
 inline void ExpectRefused(const std::string& manager, const std::shared_ptr<Seen>& seen,
-                          std::initializer_list<int> results) {
+                          const std::vector<int>& results) {
   int index = 0;
   for (int result : results) EXPECT_EQ(result, -1) << "refusal #" << index++;
   Settle();

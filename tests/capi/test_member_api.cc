@@ -2,6 +2,8 @@
 // member object, how the answer reaches the caller, and the synchronous
 // member list with its 5 second limit.
 #include <chrono>
+#include <functional>
+#include <iterator>
 
 #include "capi/media_api_harness.h"
 #include "support/sandbox_config.h"
@@ -40,10 +42,59 @@ Listed List(H handle) {
   return out;
 }
 
+// A list that came back empty, as every failure of the list does.
+void ExpectNoMembers(const Listed& listed) {
+  EXPECT_EQ(listed.result, 0);
+  EXPECT_TRUE(listed.null);
+  EXPECT_EQ(listed.count, 0u);
+}
+
 const MorvantaMember* Find(const Listed& list, const std::string& uuid) {
   for (size_t i = 0; i < list.uuids.size(); ++i)
     if (list.uuids[i] == uuid) return &list.members[i];
   return nullptr;
+}
+
+// The functions aimed at one member.
+const std::pair<const char*, int (*)(H, const char*, Cb, void*)> kOnMember[] = {
+    {"member.muteMemberAudio", Morvanta_Member_MuteMemberAudio},
+    {"member.unmuteMemberAudio", Morvanta_Member_UnmuteMemberAudio},
+    {"member.muteMemberVideo", Morvanta_Member_MuteMemberVideo},
+    {"member.unmuteMemberVideo", Morvanta_Member_UnmuteMemberVideo},
+    {"member.muteVideoAndAudio", Morvanta_Member_MuteVideoAndAudio},
+    {"member.unmuteVideoAndAudio", Morvanta_Member_UnmuteVideoAndAudio},
+    {"member.stopMemberScreenShare", Morvanta_Member_StopMemberScreenShare},
+};
+
+// The functions with a plain callback, called with valid arguments;
+// `share` runs before each call that stops a member's screen share.
+std::vector<PlainCase<MorvantaMemberManager_T>> PlainCases(std::function<void()> share = [] {}) {
+  const std::string member = std::string("[\"") + kMember + "\"]";
+  std::vector<PlainCase<MorvantaMemberManager_T>> cases;
+  for (const auto& [path, call] : kOnMember) {
+    cases.push_back({path,
+                     [share, call = call](H h, Cb cb, void* ud) {
+                       if (call == Morvanta_Member_StopMemberScreenShare) share();
+                       return call(h, kMember, cb, ud);
+                     },
+                     member});
+  }
+  const PlainCase<MorvantaMemberManager_T> others[] = {
+      {"member.muteAllAudio", Morvanta_Member_MuteAllAudio, "[]"},
+      {"member.unmuteAllAudio", Morvanta_Member_UnmuteAllAudio, "[]"},
+      {"member.muteAllVideo", Morvanta_Member_MuteAllVideo, "[]"},
+      {"member.unmuteAllVideo", Morvanta_Member_UnmuteAllVideo, "[]"},
+      {"member.handsUp", Morvanta_Member_HandsUp, "[]"},
+      // Only a uuid that is there and not empty is passed on.
+      {"member.handsDown", With(Morvanta_Member_HandsDown, nullptr), "[]"},
+      {"member.handsDown", With(Morvanta_Member_HandsDown, ""), "[]"},
+      {"member.handsDown", With(Morvanta_Member_HandsDown, kMember), member},
+      {"member.handsDownAll", Morvanta_Member_HandsDownAll, "[]"},
+      // An empty uuid is not refused here: the service answers it.
+      {"member.muteMemberAudio", With(Morvanta_Member_MuteMemberAudio, ""), R"([""])", false, 1104},
+  };
+  cases.insert(cases.end(), std::begin(others), std::end(others));
+  return cases;
 }
 
 }  // namespace
@@ -56,85 +107,23 @@ TEST_F(MemberApi, RefusedCallsReturnMinusOneAndStartNothing) {
   MorvantaMemberManager_T empty{};  // a handle that holds no manager
   for (H h : {static_cast<H>(nullptr), &empty}) {
     SCOPED_TRACE(h ? "handle without manager" : "NULL handle");
-    ExpectRefused("member", seen,
-                  {
-                      Morvanta_Member_GetMemberList(h, &members, &count),
-                      Morvanta_Member_MuteMemberAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteMemberAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteMemberVideo(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteMemberVideo(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteVideoAndAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteVideoAndAudio(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_StopMemberScreenShare(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteAllAudio(h, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteAllAudio(h, Seen::OnPlain, ud),
-                      Morvanta_Member_MuteAllVideo(h, Seen::OnPlain, ud),
-                      Morvanta_Member_UnmuteAllVideo(h, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsUp(h, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsDown(h, nullptr, Seen::OnPlain, ud),
-                      Morvanta_Member_HandsDownAll(h, Seen::OnPlain, ud),
-                  });
+    ExpectPlainRefusals(h, PlainCases(), ud);
+    ExpectRefused("member", seen, {Morvanta_Member_GetMemberList(h, &members, &count)});
   }
+  // A NULL member uuid, and the list without a place for its result.
+  for (const auto& [path, call] : kOnMember) EXPECT_EQ(call(handle, nullptr, Seen::OnPlain, ud), -1) << path;
   ExpectRefused("member", seen,
-                {
-                    Morvanta_Member_GetMemberList(handle, nullptr, &count),
-                    Morvanta_Member_GetMemberList(handle, &members, nullptr),
-                    Morvanta_Member_MuteMemberAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteMemberAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_MuteMemberVideo(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteMemberVideo(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_MuteVideoAndAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_UnmuteVideoAndAudio(handle, nullptr, Seen::OnPlain, ud),
-                    Morvanta_Member_StopMemberScreenShare(handle, nullptr, Seen::OnPlain, ud),
-                });
+                {Morvanta_Member_GetMemberList(handle, nullptr, &count),
+                 Morvanta_Member_GetMemberList(handle, &members, nullptr)});
 }
 
 TEST_F(MemberApi, PlainFunctionsSendTheirArgumentsAndAnswerOnce) {
   EnterQuietMeeting("{asHost: true}");
-  // Somebody has to share for stopMemberScreenShare to succeed, every time.
-  auto share = [] {
-    SandboxEval(std::string("morVantaSandbox.meetingAction({member: '") + kMember + "', action: 'startShare'})");
-  };
-  share();
-  const std::string member = std::string("[\"") + kMember + "\"]";
-  ExpectPlainCases<MorvantaMemberManager_T>(
-      handle,
-      {
-          {"member.muteMemberAudio",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_MuteMemberAudio(h, kMember, cb, ud); }, member.c_str()},
-          {"member.unmuteMemberAudio",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_UnmuteMemberAudio(h, kMember, cb, ud); }, member.c_str()},
-          {"member.muteMemberVideo",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_MuteMemberVideo(h, kMember, cb, ud); }, member.c_str()},
-          {"member.unmuteMemberVideo",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_UnmuteMemberVideo(h, kMember, cb, ud); }, member.c_str()},
-          {"member.muteVideoAndAudio",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_MuteVideoAndAudio(h, kMember, cb, ud); }, member.c_str()},
-          {"member.unmuteVideoAndAudio",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_UnmuteVideoAndAudio(h, kMember, cb, ud); },
-           member.c_str()},
-          {"member.stopMemberScreenShare",
-           [share](H h, Cb cb, void* ud) {
-             share();
-             return Morvanta_Member_StopMemberScreenShare(h, kMember, cb, ud);
-           },
-           member.c_str()},
-          {"member.muteAllAudio", Morvanta_Member_MuteAllAudio, "[]"},
-          {"member.unmuteAllAudio", Morvanta_Member_UnmuteAllAudio, "[]"},
-          {"member.muteAllVideo", Morvanta_Member_MuteAllVideo, "[]"},
-          {"member.unmuteAllVideo", Morvanta_Member_UnmuteAllVideo, "[]"},
-          {"member.handsUp", Morvanta_Member_HandsUp, "[]"},
-          // Only a uuid that is there and not empty is passed on.
-          {"member.handsDown", [](H h, Cb cb, void* ud) { return Morvanta_Member_HandsDown(h, nullptr, cb, ud); },
-           "[]"},
-          {"member.handsDown", [](H h, Cb cb, void* ud) { return Morvanta_Member_HandsDown(h, "", cb, ud); }, "[]"},
-          {"member.handsDown", [](H h, Cb cb, void* ud) { return Morvanta_Member_HandsDown(h, kMember, cb, ud); },
-           member.c_str()},
-          {"member.handsDownAll", Morvanta_Member_HandsDownAll, "[]"},
-          // An empty uuid is not refused here: the service answers it.
-          {"member.muteMemberAudio",
-           [](H h, Cb cb, void* ud) { return Morvanta_Member_MuteMemberAudio(h, "", cb, ud); }, R"([""])", false, 1104},
-      });
+  ExpectPlainCases(
+      handle, PlainCases([] {
+        // Somebody has to share for stopMemberScreenShare to succeed, every time.
+        SandboxEval(std::string("morVantaSandbox.meetingAction({member: '") + kMember + "', action: 'startShare'})");
+      }));
 }
 
 TEST_F(MemberApi, TheServicesAnswerDecidesTheOutcome) {
@@ -156,9 +145,7 @@ TEST_F(MemberApi, TheServicesAnswerDecidesTheOutcome) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
     if (row.rule) Override("member.muteMemberAudio", row.rule);
-    auto seen = std::make_shared<Seen>();
-    ASSERT_EQ(Morvanta_Member_MuteMemberAudio(handle, kMember, Seen::OnPlain, seen.get()), 0);
-    ASSERT_TRUE(seen->Wait());
+    auto seen = Answer(Morvanta_Member_MuteMemberAudio, handle, kMember);
     EXPECT_EQ(seen->code, row.code);
     EXPECT_EQ(seen->message, row.message);
   }
@@ -179,12 +166,8 @@ TEST_F(MemberApi, GetMemberListCopiesTheMeetingsMembers) {
   EXPECT_EQ(other->is_audio_on, 1);
 
   // What the functions change shows in the next list.
-  auto muted = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Member_MuteMemberAudio(handle, kMember, Seen::OnPlain, muted.get()), 0);
-  ASSERT_TRUE(muted->Wait());
-  auto raised = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Member_HandsUp(handle, Seen::OnPlain, raised.get()), 0);
-  ASSERT_TRUE(raised->Wait());
+  Answer(Morvanta_Member_MuteMemberAudio, handle, kMember);
+  Answer(Morvanta_Member_HandsUp, handle);
   Listed after = List(handle);
   ASSERT_EQ(after.count, 4u);
   EXPECT_EQ(Find(after, kMember)->is_audio_on, 0);
@@ -206,10 +189,7 @@ TEST_F(MemberApi, GetMemberListFailuresGiveNoMembers) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
     if (row.rule) Override("member.getMemberList", row.rule);
-    Listed listed = List(handle);
-    EXPECT_EQ(listed.result, 0);
-    EXPECT_TRUE(listed.null);
-    EXPECT_EQ(listed.count, 0u);
+    ExpectNoMembers(List(handle));
   }
   // A member record in another of the answer forms converts.
   Override("member.getMemberList",
@@ -226,11 +206,8 @@ TEST_F(MemberApi, SlowGetMemberListGivesUpAfterFiveSecondsAndSurvivesTheLateAnsw
   EnterQuietMeeting();
   Override("member.getMemberList", "{delayMs: 6500, times: 1}");
   const auto start = std::chrono::steady_clock::now();
-  Listed late = List(handle);
+  ExpectNoMembers(List(handle));
   const auto waited = std::chrono::steady_clock::now() - start;
-  EXPECT_EQ(late.result, 0);
-  EXPECT_TRUE(late.null);
-  EXPECT_EQ(late.count, 0u);
   EXPECT_GE(waited, std::chrono::milliseconds(4500));
   EXPECT_LT(waited, std::chrono::milliseconds(6400));
   // The answer lands after the wait has gone; the next list is unharmed.
@@ -255,9 +232,6 @@ TEST(MemberApiAfterUninitialize, AKeptHandleAnswersBridgeNotInitialized) {
   EXPECT_EQ(seen->code, -1);
   EXPECT_EQ(seen->message, "Bridge not initialized");
   EXPECT_EQ(Morvanta_Member_HandsUp(handle, nullptr, nullptr), 0);  // nobody to tell
-  Listed listed = List(handle);
-  EXPECT_EQ(listed.result, 0);
-  EXPECT_TRUE(listed.null);
-  EXPECT_EQ(listed.count, 0u);
+  ExpectNoMembers(List(handle));
   Morvanta_DestroyMemberManagerHandle(handle);
 }

@@ -2,6 +2,7 @@
 // answers it reads by itself (every fulfilled call a success), the capture
 // sources in all four answer forms, and a share against the sandbox.
 #include <functional>
+#include <tuple>
 #include <vector>
 
 #include "capi/c_alloc.h"
@@ -31,8 +32,8 @@ struct SourceSlot : CallbackSlot {
     for (uint32_t i = 0; items && i < count; ++i) {
       const MorvantaScreenCaptureSource& s = items[i];
       slot->sources.push_back({s.source_id, s.source_name, s.is_window, s.app_name ? s.app_name : "<null>",
-                               s.is_primary_monitor, s.icon.width, s.icon.height, s.thumbnail.width,
-                               s.thumbnail.height, s.thumbnail.size});
+                               s.is_primary_monitor, s.icon.width, s.icon.height, s.thumbnail.width, s.thumbnail.height,
+                               s.thumbnail.size});
     }
     Morvanta_FreeScreenCaptureSourceList(items, count);
     slot->Record(code, message, items, static_cast<int32_t>(count));
@@ -62,28 +63,19 @@ class ScreenShareApi : public InMeetingApi<MorvantaScreenShareManager_T, Morvant
     ASSERT_EQ(Morvanta_ScreenShare_GetScreenShareMessage(handle, TextSlot::On, &slot), 0);
     ExpectOneCallback(slot);
   }
+  // f(handle, args..., callback, slot), with no callback for a NULL slot.
+  template <typename F, typename... A>
+  std::function<int(CallbackSlot*)> Bind(F f, A... args) {
+    return [=](CallbackSlot* s) { return f(handle, args..., s ? CallbackSlot::OnPlain : nullptr, s); };
+  }
   // The plain-callback functions, by their JS method.
   std::vector<std::pair<const char*, std::function<int(CallbackSlot*)>>> PlainCalls() {
-    return {
-        {"startScreenShare",
-         [this](CallbackSlot* s) {
-           MorvantaScreenShareConfig c = Unset();
-           return Morvanta_ScreenShare_StartScreenShare(handle, &c, s ? CallbackSlot::OnPlain : nullptr, s);
-         }},
-        {"stopScreenShare",
-         [this](CallbackSlot* s) {
-           return Morvanta_ScreenShare_StopScreenShare(handle, nullptr, s ? CallbackSlot::OnPlain : nullptr, s);
-         }},
-        {"startShareSystemAudio",
-         [this](CallbackSlot* s) {
-           return Morvanta_ScreenShare_StartShareSystemAudio(handle, 1, s ? CallbackSlot::OnPlain : nullptr, s);
-         }},
-        {"installAudioCaptureDriver",
-         [this](CallbackSlot* s) {
-           return Morvanta_ScreenShare_InstallAudioCaptureDriver(handle, s ? CallbackSlot::OnPlain : nullptr, s);
-         }},
-    };
+    return {{"startScreenShare", Bind(Morvanta_ScreenShare_StartScreenShare, &unset)},
+            {"stopScreenShare", Bind(Morvanta_ScreenShare_StopScreenShare, nullptr)},
+            {"startShareSystemAudio", Bind(Morvanta_ScreenShare_StartShareSystemAudio, 1)},
+            {"installAudioCaptureDriver", Bind(Morvanta_ScreenShare_InstallAudioCaptureDriver)}};
   }
+  const MorvantaScreenShareConfig unset = Unset();
 };
 
 }  // namespace
@@ -92,38 +84,32 @@ TEST_F(ScreenShareApi, RefusedCallsStartNothing) {
   CallbackSlot plain;
   SourceSlot list;
   TextSlot text;
-  MorvantaScreenShareConfig config = Unset();
-  struct Row {
+  const auto on = CallbackSlot::OnPlain;
+  const char *sources = "getScreenCaptureSourceList", *start = "startScreenShare", *message = "getScreenShareMessage";
+  const struct {
     const char* what;
     const char* method;
     CallbackSlot* slot;
-    std::function<int()> call;
-  };
-  const Row rows[] = {
-      {"sources: NULL handle", "getScreenCaptureSourceList", &list,
-       [&] { return Morvanta_ScreenShare_GetScreenCaptureSourceList(nullptr, SourceSlot::On, &list); }},
-      {"sources: no manager", "getScreenCaptureSourceList", &list,
-       [&] { return Morvanta_ScreenShare_GetScreenCaptureSourceList(&empty, SourceSlot::On, &list); }},
-      {"sources: NULL callback", "getScreenCaptureSourceList", &list,
-       [&] { return Morvanta_ScreenShare_GetScreenCaptureSourceList(handle, nullptr, nullptr); }},
-      {"start: NULL handle", "startScreenShare", &plain,
-       [&] { return Morvanta_ScreenShare_StartScreenShare(nullptr, &config, CallbackSlot::OnPlain, &plain); }},
-      {"start: no manager", "startScreenShare", &plain,
-       [&] { return Morvanta_ScreenShare_StartScreenShare(&empty, &config, CallbackSlot::OnPlain, &plain); }},
-      {"start: NULL config", "startScreenShare", &plain,
-       [&] { return Morvanta_ScreenShare_StartScreenShare(handle, nullptr, CallbackSlot::OnPlain, &plain); }},
+    int rc;
+  } rows[] = {
+      {"sources: NULL handle", sources, &list,
+       Morvanta_ScreenShare_GetScreenCaptureSourceList(nullptr, SourceSlot::On, &list)},
+      {"sources: no manager", sources, &list,
+       Morvanta_ScreenShare_GetScreenCaptureSourceList(&empty, SourceSlot::On, &list)},
+      {"sources: NULL callback", sources, &list, Morvanta_ScreenShare_GetScreenCaptureSourceList(handle, nullptr, 0)},
+      {"start: NULL handle", start, &plain, Morvanta_ScreenShare_StartScreenShare(nullptr, &unset, on, &plain)},
+      {"start: no manager", start, &plain, Morvanta_ScreenShare_StartScreenShare(&empty, &unset, on, &plain)},
+      {"start: NULL config", start, &plain, Morvanta_ScreenShare_StartScreenShare(handle, nullptr, on, &plain)},
       {"stop: no manager", "stopScreenShare", &plain,
-       [&] { return Morvanta_ScreenShare_StopScreenShare(&empty, nullptr, CallbackSlot::OnPlain, &plain); }},
+       Morvanta_ScreenShare_StopScreenShare(&empty, nullptr, on, &plain)},
       {"system audio: NULL handle", "startShareSystemAudio", &plain,
-       [&] { return Morvanta_ScreenShare_StartShareSystemAudio(nullptr, 1, CallbackSlot::OnPlain, &plain); }},
+       Morvanta_ScreenShare_StartShareSystemAudio(nullptr, 1, on, &plain)},
       {"driver: no manager", "installAudioCaptureDriver", &plain,
-       [&] { return Morvanta_ScreenShare_InstallAudioCaptureDriver(&empty, CallbackSlot::OnPlain, &plain); }},
-      {"message: no manager", "getScreenShareMessage", &text,
-       [&] { return Morvanta_ScreenShare_GetScreenShareMessage(&empty, TextSlot::On, &text); }},
-      {"message: NULL callback", "getScreenShareMessage", &text,
-       [&] { return Morvanta_ScreenShare_GetScreenShareMessage(handle, nullptr, nullptr); }},
+       Morvanta_ScreenShare_InstallAudioCaptureDriver(&empty, on, &plain)},
+      {"message: no manager", message, &text, Morvanta_ScreenShare_GetScreenShareMessage(&empty, TextSlot::On, &text)},
+      {"message: NULL callback", message, &text, Morvanta_ScreenShare_GetScreenShareMessage(handle, nullptr, 0)},
   };
-  for (const Row& row : rows) ExpectRefused(row.what, row.call(), *row.slot, std::string("screenShare.") + row.method);
+  for (const auto& row : rows) ExpectRefused(row.what, row.rc, *row.slot, std::string("screenShare.") + row.method);
 }
 
 TEST_F(ScreenShareApi, OptionsCarryOnlyTheFieldsSet) {
@@ -133,85 +119,60 @@ TEST_F(ScreenShareApi, OptionsCarryOnlyTheFieldsSet) {
   some.frame_rate = 0;
   some.is_app = 7;
   MorvantaStopScreenShareConfig stop_unset{-1}, stop_true{3}, stop_false{0};
-  struct Row {
+  const struct {
     const char* method;
-    std::function<int(CallbackSlot&)> call;
+    std::function<int(CallbackSlot*)> call;
     const char* args;
-  };
-  const MorvantaScreenShareConfig unset = Unset();
-  const Row rows[] = {
-      {"startScreenShare",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StartScreenShare(handle, &unset, CallbackSlot::OnPlain, &s); },
-       "[[{}]]"},
-      {"startScreenShare",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StartScreenShare(handle, &all, CallbackSlot::OnPlain, &s); },
+  } rows[] = {
+      {"startScreenShare", Bind(Morvanta_ScreenShare_StartScreenShare, &unset), "[[{}]]"},
+      {"startScreenShare", Bind(Morvanta_ScreenShare_StartScreenShare, &all),
        R"([[{"forceDisplaySurface":"monitor","frameRate":30,"isApp":false,"isLinux":true,"limitFrameRate":15,)"
        R"("needRequestMeetingServerScreenShare":true,"preferMotion":true,"resolution":1080,"sourceId":"101",)"
        R"("videoProfile":"hd"}]])"},
-      {"startScreenShare",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StartScreenShare(handle, &some, CallbackSlot::OnPlain, &s); },
+      {"startScreenShare", Bind(Morvanta_ScreenShare_StartScreenShare, &some),
        R"([[{"frameRate":0,"isApp":true,"sourceId":""}]])"},
-      {"stopScreenShare",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StopScreenShare(handle, nullptr, CallbackSlot::OnPlain, &s); },
-       "[[]]"},
-      {"stopScreenShare",
-       [&](CallbackSlot& s) {
-         return Morvanta_ScreenShare_StopScreenShare(handle, &stop_unset, CallbackSlot::OnPlain, &s);
-       },
-       "[[{}]]"},
-      {"stopScreenShare",
-       [&](CallbackSlot& s) {
-         return Morvanta_ScreenShare_StopScreenShare(handle, &stop_true, CallbackSlot::OnPlain, &s);
-       },
+      {"stopScreenShare", Bind(Morvanta_ScreenShare_StopScreenShare, nullptr), "[[]]"},
+      {"stopScreenShare", Bind(Morvanta_ScreenShare_StopScreenShare, &stop_unset), "[[{}]]"},
+      {"stopScreenShare", Bind(Morvanta_ScreenShare_StopScreenShare, &stop_true),
        R"([[{"needRequestMeetingServerScreenShare":true}]])"},
-      {"stopScreenShare",
-       [&](CallbackSlot& s) {
-         return Morvanta_ScreenShare_StopScreenShare(handle, &stop_false, CallbackSlot::OnPlain, &s);
-       },
+      {"stopScreenShare", Bind(Morvanta_ScreenShare_StopScreenShare, &stop_false),
        R"([[{"needRequestMeetingServerScreenShare":false}]])"},
-      {"startShareSystemAudio",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StartShareSystemAudio(handle, -4, CallbackSlot::OnPlain, &s); },
-       "[[true]]"},
-      {"startShareSystemAudio",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_StartShareSystemAudio(handle, 0, CallbackSlot::OnPlain, &s); },
-       "[[false]]"},
-      {"installAudioCaptureDriver",
-       [&](CallbackSlot& s) { return Morvanta_ScreenShare_InstallAudioCaptureDriver(handle, CallbackSlot::OnPlain, &s); },
-       "[[]]"},
+      {"startShareSystemAudio", Bind(Morvanta_ScreenShare_StartShareSystemAudio, -4), "[[true]]"},
+      {"startShareSystemAudio", Bind(Morvanta_ScreenShare_StartShareSystemAudio, 0), "[[false]]"},
+      {"installAudioCaptureDriver", Bind(Morvanta_ScreenShare_InstallAudioCaptureDriver), "[[]]"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SandboxEval("morVantaSandbox.clearCalls()");
     CallbackSlot slot;
-    ASSERT_EQ(row.call(slot), 0) << row.args;
+    ASSERT_EQ(row.call(&slot), 0) << row.args;
     ExpectOneCallback(slot, row.args);
     EXPECT_EQ(CallArgs(std::string("screenShare.") + row.method), row.args);
   }
 }
 
-TEST_F(ScreenShareApi, EveryFulfilledCallIsASuccessWithAnEmptyMessage) {
+// Every fulfilled call is a success with an empty message; and with a NULL
+// callback a call still reaches the service.
+TEST_F(ScreenShareApi, PlainCallsSucceedWhenFulfilledAndRunWithoutCallback) {
   const std::pair<const char*, int> rules[] = {
       {"{fail: 'code', code: 1140, message: 'busy'}", 0},  // the answer is not read
       {"{answer: {result: {code: 9}}}", 0},
       {"{fail: 'reject', message: 'no screen'}", -1},
   };
   for (const auto& [method, call] : PlainCalls()) {
+    SCOPED_TRACE(method);
+    const std::string path = std::string("screenShare.") + method;
     for (const auto& [rule, code] : rules) {
-      Override(std::string("screenShare.") + method, rule);
+      Override(path, rule);
       CallbackSlot slot;
       ASSERT_EQ(call(&slot), 0);
       ExpectOneCallback(slot, rule);
-      EXPECT_EQ(slot.code, code) << method << " " << rule;
-      EXPECT_EQ(slot.message, code == 0 ? "" : R"(Promise rejected: {"success":false,"error":"no screen"})")
-          << method << " " << rule;
+      EXPECT_EQ(slot.code, code) << rule;
+      EXPECT_EQ(slot.message, code == 0 ? "" : R"(Promise rejected: {"success":false,"error":"no screen"})") << rule;
     }
-  }
-}
-
-TEST_F(ScreenShareApi, NullCallbackStillCallsTheService) {
-  for (const auto& [method, call] : PlainCalls()) {
-    ASSERT_EQ(call(nullptr), 0) << method;
+    Override(path, "null");
+    ASSERT_EQ(call(nullptr), 0);
     DrainWorker();
-    EXPECT_EQ(CallCount(std::string("screenShare.") + method), 1) << method;
+    EXPECT_EQ(CallCount(path), 4);
   }
 }
 
@@ -244,22 +205,15 @@ TEST_F(ScreenShareApi, SandboxSourcesArriveWithTheirImageSizes) {
   ASSERT_EQ(slot.code, 0);
   EXPECT_EQ(slot.message, "");
   ASSERT_EQ(slot.count, 5);
-  const Source& screen = slot.sources[0];
-  EXPECT_EQ(screen.id, 1);
-  EXPECT_EQ(screen.name, "Screen 1");
-  EXPECT_EQ(screen.is_window, 0);
-  EXPECT_EQ(screen.app_name, "<null>");
-  EXPECT_EQ(screen.primary, 1);
-  EXPECT_EQ(screen.icon_w, 0);  // no icon: the block stays zero
+  // id, name, is_window, app_name, is_primary_monitor, icon width.
+  auto fields = [](const Source& x) {
+    return std::make_tuple(x.id, x.name, x.is_window, x.app_name, x.primary, x.icon_w);
+  };
+  EXPECT_EQ(fields(slot.sources[0]), std::make_tuple(1, "Screen 1", 0, "<null>", 1, 0));  // no icon: zero block
   EXPECT_EQ(slot.sources[1].primary, 0);
   const Source& window = slot.sources[2];
-  EXPECT_EQ(window.id, 101);
-  EXPECT_EQ(window.is_window, 1);
-  EXPECT_EQ(window.app_name, "Quarterly review");
-  EXPECT_EQ(window.primary, -1);
-  EXPECT_EQ(window.icon_w, 16);
-  EXPECT_EQ(window.thumb_w, 32);
-  EXPECT_EQ(window.thumb_h, 18);
+  EXPECT_EQ(fields(window), std::make_tuple(101, "Quarterly review - Slides", 1, "Quarterly review", -1, 16));
+  EXPECT_EQ(std::make_pair(window.thumb_w, window.thumb_h), std::make_pair(32, 18));
   // The bytes of a Buffer do not survive the answer's way through JSON.
   EXPECT_EQ(window.thumb_size, 0u);
 }

@@ -21,6 +21,34 @@ constexpr char kMember[] = "sim-member-02";
 
 std::string VideoState(const std::string& field) { return Json("morVantaMeeting.getVideoManager().state." + field); }
 
+// The functions with a plain callback, called with valid arguments.
+std::vector<PlainCase<MorvantaVideoManager_T>> PlainCases() {
+  const std::string member_view = std::string("[\"") + kMember + "\"," + kViewArg + "]";
+  const std::string member_only = std::string("[\"") + kMember + "\"]";
+  const std::string member_low = std::string("[\"") + kMember + "\",1]";
+  const std::string view_only = std::string("[") + kViewArg + "]";
+  return {
+      {"video.setCameraDevice", With(Morvanta_Video_SetCameraDevice, "cam-usb-4k"), R"(["cam-usb-4k"])"},
+      {"video.setCameraDevicePreview", With(Morvanta_Video_SetCameraDevicePreview, "cam-integrated"),
+       R"(["cam-integrated"])"},
+      {"video.setupLocalVideoCanvas", With(Morvanta_Video_SetupLocalVideoCanvas, kView), view_only},
+      {"video.removeLocalVideoCanvas", Morvanta_Video_RemoveLocalVideoCanvas, "[]", true},
+      {"video.setupVideoPreviewCanvas", With(Morvanta_Video_SetupVideoPreviewCanvas, nullptr), "[null]"},
+      {"video.setupRemoteVideoCanvas", With(Morvanta_Video_SetupRemoteVideoCanvas, kMember, kView), member_view},
+      {"video.setupRemoteVideoSubStreamCanvas", With(Morvanta_Video_SetupRemoteVideoSubStreamCanvas, kMember, kView),
+       member_view},
+      {"video.startVideoPreview", Morvanta_Video_StartVideoPreview, "[]"},
+      {"video.stopVideoPreview", Morvanta_Video_StopVideoPreview, "[]"},
+      {"video.muteMyVideo", Morvanta_Video_MuteMyVideo, "[]"},
+      {"video.unmuteMyVideo", Morvanta_Video_UnmuteMyVideo, "[]"},
+      {"video.subscribeRemoteVideoStream", With(Morvanta_Video_SubscribeRemoteVideoStream, kMember, 1), member_low},
+      {"video.unsubscribeRemoteVideoStream", With(Morvanta_Video_UnsubscribeRemoteVideoStream, kMember, 1), member_low},
+      {"video.subscribeRemoteVideoSubStream", With(Morvanta_Video_SubscribeRemoteVideoSubStream, kMember), member_only},
+      {"video.unsubscribeRemoteVideoSubStream", With(Morvanta_Video_UnsubscribeRemoteVideoSubStream, kMember),
+       member_only},
+  };
+}
+
 }  // namespace
 
 TEST_F(VideoApi, RefusedCallsReturnMinusOneAndStartNothing) {
@@ -29,26 +57,12 @@ TEST_F(VideoApi, RefusedCallsReturnMinusOneAndStartNothing) {
   MorvantaVideoManager_T empty{};  // a handle that holds no manager
   for (H h : {static_cast<H>(nullptr), &empty}) {
     SCOPED_TRACE(h ? "handle without manager" : "NULL handle");
+    ExpectPlainRefusals(h, PlainCases(), ud);
     ExpectRefused("video", seen,
                   {
                       Morvanta_Video_GetCameraDeviceList(h, Seen::OnDevices, ud),
                       Morvanta_Video_GetCameraDeviceId(h, Seen::OnString, ud),
-                      Morvanta_Video_SetCameraDevice(h, "cam-usb-4k", Seen::OnPlain, ud),
-                      Morvanta_Video_SetCameraDevicePreview(h, "cam-usb-4k", Seen::OnPlain, ud),
-                      Morvanta_Video_SetupLocalVideoCanvas(h, kView, Seen::OnPlain, ud),
-                      Morvanta_Video_RemoveLocalVideoCanvas(h, Seen::OnPlain, ud),
-                      Morvanta_Video_SetupVideoPreviewCanvas(h, kView, Seen::OnPlain, ud),
-                      Morvanta_Video_SetupRemoteVideoCanvas(h, kMember, kView, Seen::OnPlain, ud),
-                      Morvanta_Video_SetupRemoteVideoSubStreamCanvas(h, kMember, kView, Seen::OnPlain, ud),
-                      Morvanta_Video_StartVideoPreview(h, Seen::OnPlain, ud),
-                      Morvanta_Video_StopVideoPreview(h, Seen::OnPlain, ud),
-                      Morvanta_Video_MuteMyVideo(h, Seen::OnPlain, ud),
-                      Morvanta_Video_UnmuteMyVideo(h, Seen::OnPlain, ud),
                       Morvanta_Video_SetVideoProfile(h, 2, 30),
-                      Morvanta_Video_SubscribeRemoteVideoStream(h, kMember, 0, Seen::OnPlain, ud),
-                      Morvanta_Video_UnsubscribeRemoteVideoStream(h, kMember, 0, Seen::OnPlain, ud),
-                      Morvanta_Video_SubscribeRemoteVideoSubStream(h, kMember, Seen::OnPlain, ud),
-                      Morvanta_Video_UnsubscribeRemoteVideoSubStream(h, kMember, Seen::OnPlain, ud),
                   });
   }
   ExpectRefused("video", seen,
@@ -70,50 +84,7 @@ TEST_F(VideoApi, RefusedCallsReturnMinusOneAndStartNothing) {
 
 TEST_F(VideoApi, PlainFunctionsSendTheirArgumentsAndAnswerOnce) {
   EnterQuietMeeting();  // remote canvases and streams need a member
-  const std::string member_view = std::string("[\"") + kMember + "\"," + kViewArg + "]";
-  const std::string member_only = std::string("[\"") + kMember + "\"]";
-  const std::string member_low = std::string("[\"") + kMember + "\",1]";
-  const std::string view_only = std::string("[") + kViewArg + "]";
-  ExpectPlainCases<MorvantaVideoManager_T>(
-      handle,
-      {
-          {"video.setCameraDevice",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetCameraDevice(h, "cam-usb-4k", cb, ud); },
-           R"(["cam-usb-4k"])"},
-          {"video.setCameraDevicePreview",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetCameraDevicePreview(h, "cam-integrated", cb, ud); },
-           R"(["cam-integrated"])"},
-          {"video.setupLocalVideoCanvas",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupLocalVideoCanvas(h, kView, cb, ud); },
-           view_only.c_str()},
-          {"video.removeLocalVideoCanvas", Morvanta_Video_RemoveLocalVideoCanvas, "[]", true},
-          {"video.setupVideoPreviewCanvas",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupVideoPreviewCanvas(h, nullptr, cb, ud); }, "[null]"},
-          {"video.setupRemoteVideoCanvas",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SetupRemoteVideoCanvas(h, kMember, kView, cb, ud); },
-           member_view.c_str()},
-          {"video.setupRemoteVideoSubStreamCanvas",
-           [](H h, Cb cb, void* ud) {
-             return Morvanta_Video_SetupRemoteVideoSubStreamCanvas(h, kMember, kView, cb, ud);
-           },
-           member_view.c_str()},
-          {"video.startVideoPreview", Morvanta_Video_StartVideoPreview, "[]"},
-          {"video.stopVideoPreview", Morvanta_Video_StopVideoPreview, "[]"},
-          {"video.muteMyVideo", Morvanta_Video_MuteMyVideo, "[]"},
-          {"video.unmuteMyVideo", Morvanta_Video_UnmuteMyVideo, "[]"},
-          {"video.subscribeRemoteVideoStream",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SubscribeRemoteVideoStream(h, kMember, 1, cb, ud); },
-           member_low.c_str()},
-          {"video.unsubscribeRemoteVideoStream",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_UnsubscribeRemoteVideoStream(h, kMember, 1, cb, ud); },
-           member_low.c_str()},
-          {"video.subscribeRemoteVideoSubStream",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_SubscribeRemoteVideoSubStream(h, kMember, cb, ud); },
-           member_only.c_str()},
-          {"video.unsubscribeRemoteVideoSubStream",
-           [](H h, Cb cb, void* ud) { return Morvanta_Video_UnsubscribeRemoteVideoSubStream(h, kMember, cb, ud); },
-           member_only.c_str()},
-      });
+  ExpectPlainCases(handle, PlainCases());
 }
 
 // Each canvas records the 8 bytes of the handle value it was given; a NULL
@@ -121,43 +92,34 @@ TEST_F(VideoApi, PlainFunctionsSendTheirArgumentsAndAnswerOnce) {
 TEST_F(VideoApi, CanvasesReceiveTheWindowHandleAsEightBytes) {
   EnterQuietMeeting();
   void* const wide = reinterpret_cast<void*>(uintptr_t{0x1122334455667788});
-  struct Row {
+  const std::string remote = std::string("['") + kMember + "']";
+  const struct {
     const char* what;
-    std::function<int(void*, Cb, void*)> setup;
+    std::function<std::shared_ptr<Seen>(void*)> setup;
     std::string canvas;    // where the sandbox keeps it
     const char* detached;  // what is left there after a NULL view
-  };
-  const Row rows[] = {
-      {"local", [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupLocalVideoCanvas(handle, v, cb, ud); },
-       "localCanvas", "null"},
-      {"preview", [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupVideoPreviewCanvas(handle, v, cb, ud); },
-       "previewCanvas", "null"},
-      {"remote",
-       [&](void* v, Cb cb, void* ud) { return Morvanta_Video_SetupRemoteVideoCanvas(handle, kMember, v, cb, ud); },
-       std::string("remoteCanvases['") + kMember + "']", ""},
+  } rows[] = {
+      {"local", [&](void* v) { return Answer(Morvanta_Video_SetupLocalVideoCanvas, handle, v); }, "localCanvas",
+       "null"},
+      {"preview", [&](void* v) { return Answer(Morvanta_Video_SetupVideoPreviewCanvas, handle, v); }, "previewCanvas",
+       "null"},
+      {"remote", [&](void* v) { return Answer(Morvanta_Video_SetupRemoteVideoCanvas, handle, kMember, v); },
+       "remoteCanvases" + remote, ""},
       {"remote sub-stream",
-       [&](void* v, Cb cb, void* ud) {
-         return Morvanta_Video_SetupRemoteVideoSubStreamCanvas(handle, kMember, v, cb, ud);
-       },
-       std::string("subStreamCanvases['") + kMember + "']", ""},
+       [&](void* v) { return Answer(Morvanta_Video_SetupRemoteVideoSubStreamCanvas, handle, kMember, v); },
+       "subStreamCanvases" + remote, ""},
   };
-  for (const Row& row : rows) {
+  const std::pair<void*, const char*> steps[] = {
+      {kView, R"({"bytes":[239,205,171,0,0,0,0,0],"handle":"0xabcdef"})"},
+      {wide, R"({"bytes":[136,119,102,85,68,51,34,17],"handle":"0x1122334455667788"})"},
+      {nullptr, nullptr},
+  };
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
-    struct Step {
-      void* view;
-      const char* recorded;
-    };
-    const Step steps[] = {
-        {kView, R"({"bytes":[239,205,171,0,0,0,0,0],"handle":"0xabcdef"})"},
-        {wide, R"({"bytes":[136,119,102,85,68,51,34,17],"handle":"0x1122334455667788"})"},
-        {nullptr, nullptr},
-    };
-    for (const Step& step : steps) {
-      auto seen = std::make_shared<Seen>();
-      ASSERT_EQ(row.setup(step.view, Seen::OnPlain, seen.get()), 0);
-      ASSERT_TRUE(seen->Wait());
+    for (const auto& [view, recorded] : steps) {
+      auto seen = row.setup(view);
       ASSERT_EQ(seen->code, 0) << seen->message;
-      EXPECT_EQ(VideoState(row.canvas), step.recorded ? step.recorded : row.detached);
+      EXPECT_EQ(VideoState(row.canvas), recorded ? recorded : row.detached);
     }
   }
 }
@@ -169,48 +131,36 @@ TEST_F(VideoApi, RemovingTheLocalCanvasIgnoresTheAnswerCompatibleOnly) {
                            "{answer: 'not json', times: 1}"}) {
     SCOPED_TRACE(rule);
     Override("video.removeLocalVideoCanvas", rule);
-    auto seen = std::make_shared<Seen>();
     // C++ linkage: this call is bound to the decorated export.
-    ASSERT_EQ(Morvanta_Video_RemoveLocalVideoCanvas(handle, Seen::OnPlain, seen.get()), 0);
-    ASSERT_TRUE(seen->Wait());
+    auto seen = Answer(Morvanta_Video_RemoveLocalVideoCanvas, handle);
     EXPECT_EQ(seen->code, 0);
     EXPECT_EQ(seen->message, "");
   }
-  auto removed = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Video_RemoveLocalVideoCanvas(handle, Seen::OnPlain, removed.get()), 0);
-  ASSERT_TRUE(removed->Wait());
+  Answer(Morvanta_Video_RemoveLocalVideoCanvas, handle);
   EXPECT_EQ(VideoState("localCanvas"), "null");
 }
 
 TEST_F(VideoApi, CameraListAndSelection) {
-  auto list = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Video_GetCameraDeviceList(handle, Seen::OnDevices, list.get()), 0);
-  ASSERT_TRUE(list->Wait());
+  auto list = Answer(Morvanta_Video_GetCameraDeviceList, handle);
   ASSERT_EQ(list->code, 0) << list->message;
   ASSERT_EQ(list->count, 2u);
   EXPECT_EQ(list->devices[0], std::make_pair(std::string("cam-integrated"), std::string("Integrated Camera")));
   EXPECT_EQ(list->devices[1].first, "cam-usb-4k");
 
   ASSERT_EQ(Morvanta_Video_SetCameraDevice(handle, "cam-usb-4k", nullptr, nullptr), 0);
-  auto id = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Video_GetCameraDeviceId(handle, Seen::OnString, id.get()), 0);
-  ASSERT_TRUE(id->Wait());
+  auto id = Answer(Morvanta_Video_GetCameraDeviceId, handle);
   EXPECT_EQ(id->code, 0);
   EXPECT_EQ(id->text, "cam-usb-4k");
 
   Override("video.getCameraDeviceList", "{fail: 'code', code: 1001, message: 'no camera access', times: 1}");
-  auto refused = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Video_GetCameraDeviceList(handle, Seen::OnDevices, refused.get()), 0);
-  ASSERT_TRUE(refused->Wait());
+  auto refused = Answer(Morvanta_Video_GetCameraDeviceList, handle);
   EXPECT_EQ(refused->code, 1001);
   EXPECT_EQ(refused->message, "no camera access");
   EXPECT_TRUE(refused->devices_null);
   EXPECT_EQ(refused->count, 0u);
 
   Override("video.getCameraDeviceId", "{fail: 'reject', times: 1}");
-  auto failed = std::make_shared<Seen>();
-  ASSERT_EQ(Morvanta_Video_GetCameraDeviceId(handle, Seen::OnString, failed.get()), 0);
-  ASSERT_TRUE(failed->Wait());
+  auto failed = Answer(Morvanta_Video_GetCameraDeviceId, handle);
   EXPECT_EQ(failed->code, -1);
   EXPECT_TRUE(failed->text_null);
 }

@@ -266,15 +266,12 @@ TEST(JsDataConverterTest, FieldTreatments) {
 
 // The four readers of a role share one table; each is checked with every row.
 TEST(JsDataConverterTest, RoleTable) {
+  const char kLocalMember[] = R"({"userUuid":"u","name":"n"})", kUser[] = R"({"userUuid":"u"})";
   auto with_role = [](const char* base, const JSValue& role) { return Json(base).Set("role", role); };
   const std::function<MvMemberRole(const JSValue&)> readers[] = {
       [&](const JSValue& r) { return JSDataConverter<MvMember>::Convert(with_role("{}", r)).role; },
-      [&](const JSValue& r) {
-        return JSDataConverter<MvLocalMember>::Convert(with_role(R"({"userUuid":"u","name":"n"})", r)).role;
-      },
-      [&](const JSValue& r) {
-        return JSDataConverter<MvScheduledMember>::Convert(with_role(R"({"userUuid":"u"})", r)).role;
-      },
+      [&](const JSValue& r) { return JSDataConverter<MvLocalMember>::Convert(with_role(kLocalMember, r)).role; },
+      [&](const JSValue& r) { return JSDataConverter<MvScheduledMember>::Convert(with_role(kUser, r)).role; },
       [&](const JSValue& r) {
         return JSDataConverter<MvMeetingSDKInfo>::Convert(JSValue::Object().Set("localMember", with_role("{}", r))).role;
       },
@@ -319,6 +316,12 @@ std::string Join(const Fields&... fields) {
 }
 int Num(MvMemberRole role) { return static_cast<int>(role); }
 
+// A row's reader: the record converted from the value, shown by `pick`.
+template <typename T, typename Pick>
+std::function<std::string(const JSValue&)> Dump(Pick pick) {
+  return [pick](const JSValue& v) { return pick(JSDataConverter<T>::Convert(v)); };
+}
+
 // Every key of every record set to a value that differs from the default, so
 // a misspelt key or two swapped fields show up.
 TEST(JsDataConverterTest, EveryKeyReachesItsField) {
@@ -327,67 +330,53 @@ TEST(JsDataConverterTest, EveryKeyReachesItsField) {
     const char* json;
     const char* expected;
   } rows[] = {
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvAccountInfo>::Convert(v);
+      {Dump<MvAccountInfo>([](const auto& r) {
          return Join(r.userUuid, r.userToken, r.nickname, r.privateMeetingNum, r.corpName, r.account, r.avatar,
                      r.phoneNumber, r.email, r.privateShortMeetingNum, r.isInitialPassword, r.isAnonymous);
-       },
+       }),
        R"({"userUuid":"u","userToken":"t","nickname":"n","privateMeetingNum":"p","corpName":"c","account":"a",
            "avatar":"v","phoneNumber":"ph","email":"e","privateShortMeetingNum":"s","isInitialPassword":true,
            "isAnonymous":false})",
        "u|t|n|p|c|a|v|ph|e|s|true|false|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvDeviceBaseInfo>::Convert(v);
-         return Join(r.deviceId, r.deviceName, r.defaultDevice);
-       },
+      {Dump<MvDeviceBaseInfo>([](const auto& r) { return Join(r.deviceId, r.deviceName, r.defaultDevice); }),
        R"({"deviceId":"d","deviceName":"n","defaultDevice":true})", "d|n|true|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvChatroomPermission>::Convert(v);
-         return Join(r.crPerm, r.wtPrChat);
-       },
+      {Dump<MvChatroomPermission>([](const auto& r) { return Join(r.crPerm, r.wtPrChat); }),
        R"({"crPerm":"A","wtPrChat":"B"})", "A|B|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvLocalMember>::Convert(v);
-         return Join(r.userUuid, r.name, Num(r.role));
-       },
+      {Dump<MvLocalMember>([](const auto& r) { return Join(r.userUuid, r.name, Num(r.role)); }),
        R"({"userUuid":"u","name":"n","role":3})", "u|n|3|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvScheduledMember>::Convert(v);
+      {Dump<MvScheduledMember>([](const auto& r) {
          return Join(r.userUuid, Num(r.role), r.nickname, r.avatar, r.email);
-       },
+       }),
        R"({"userUuid":"u","role":"bidder","nickname":"n","avatar":"a","email":"e"})", "u|2|n|a|e|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvMeetingInfo>::Convert(v);
+      {Dump<MvMeetingInfo>([](const auto& r) {
          return Join(r.meetingId, r.meetingNum, r.roomUuid, r.state, r.startTime, r.endTime, r.subject,
                      r.ownerUserUuid, r.ownerNickname, r.enableWaitingRoom, r.localMember->name,
                      r.scheduledMembers->at(0).userUuid, r.noCloudRecord, r.noChat);
-       },
+       }),
        R"({"meetingId":1,"meetingNum":"m","roomUuid":"r","state":2,"startTime":3,"endTime":4,"subject":"s",
            "ownerUserUuid":"o","ownerNickname":"on","enableWaitingRoom":true,
            "localMember":{"userUuid":"lu","name":"ln","role":1},"scheduledMembers":[{"userUuid":"su","role":2}],
            "noCloudRecord":false,"noChat":true})",
        "1|m|r|2|3|4|s|o|on|true|ln|su|false|true|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvMeetingSDKInfo>::Convert(v);
+      {Dump<MvMeetingSDKInfo>([](const auto& r) {
          return Join(r.userUuid, r.name, Num(r.role), r.myUuid, r.hostUuid, r.hostName, r.activeSpeakerUuid,
                      r.subject, r.ownerUserUuid, r.roomArchiveId, r.meetingNum, r.isSupportChatroom,
                      r.isCloudRecording, r.startTime, r.endTime, r.type, r.rtcStartTime, r.joinMeetingTime,
                      r.meetingId, r.isWaitingRoomEnabled, r.inWaitingRoom, r.maxMembers, r.isBreakoutRoom);
-       },
+       }),
        R"({"localMember":{"userUuid":"lu","name":"ln","role":"evaluator"},"myUuid":"my","hostUuid":"h",
            "hostName":"hn","activeSpeakerUuid":"as","subject":"s","ownerUserUuid":"o","roomArchiveId":"ra",
            "meetingNum":"m","isSupportChatroom":true,"isCloudRecording":true,"startTime":1,"endTime":2,"type":3,
            "rtcStartTime":4,"joinMeetingTime":5,"meetingId":6,"isWaitingRoomEnabled":true,"inWaitingRoom":false,
            "maxMembers":7,"isBreakoutRoom":true})",
        "lu|ln|1|my|h|hn|as|s|o|ra|m|true|true|1|2|3|4|5|6|true|false|7|true|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvMember>::Convert(v);
+      {Dump<MvMember>([](const auto& r) {
          return Join(r.isAudioConnected, r.isAudioOn, r.isInChatroom, r.isInRtcChannel, r.isSharingScreen,
                      r.isSharingSystemAudio, r.isVideoOn, r.name, r.uuid, Num(r.role), r.clientType,
                      r.inviteState, r.isSharingScreenView, r.isSharingWhiteboard, r.isSharingWhiteboardView,
                      r.isLocalRecording, r.localRecordAvailable, r.isHandsUp, r.volume, r.avatar, r.wbDrawable,
                      r.phoneState, r.tag, r.speakerOn);
-       },
+       }),
        R"({"isAudioConnected":true,"isAudioOn":true,"isInChatroom":true,"isInRtcChannel":true,
            "isSharingScreen":true,"isSharingSystemAudio":true,"isVideoOn":true,"name":"n","uuid":"u",
            "role":"supervise","clientType":4,"inviteState":5,"isSharingScreenView":true,
@@ -396,15 +385,11 @@ TEST(JsDataConverterTest, EveryKeyReachesItsField) {
            "properties":{"wbDrawable":{"value":"1"},"phoneState":{"value":"0"},"tag":{"value":"t"},
                          "speakerOn":{"value":"1"}}})",
        "true|true|true|true|true|true|true|n|u|3|4|5|true|false|true|false|true|false|60|a|true|false|t|true|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvWaitingRoomMember>::Convert(v);
-         return Join(r.uuid, r.name, r.avatar, r.joinTime, r.status);
-       },
+      {Dump<MvWaitingRoomMember>([](const auto& r) { return Join(r.uuid, r.name, r.avatar, r.joinTime, r.status); }),
        R"({"uuid":"u","name":"n","avatar":"a","joinTime":5,"status":2})", "u|n|a|5|2|"},
-      {[](const JSValue& v) {
-         auto r = JSDataConverter<MvWaitingRoomInfo>::Convert(v);
+      {Dump<MvWaitingRoomInfo>([](const auto& r) {
          return Join(r.memberCount, r.isEnabledOnEntry, r.backgroundImageUrl);
-       },
+       }),
        R"({"memberCount":3,"isEnabledOnEntry":true,"backgroundImageUrl":"b"})", "3|true|b|"},
       {[](const JSValue& v) {
          auto r = JSDataConverter<MvChatMessage>::Convert(v);

@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 
+#include "bridge/adapter_delivery.h"
 #include "bridge/js_bridge_adapter.h"
 #include "core/mv_gatherdeck.h"
 #include "managers/account_manager.h"
@@ -25,24 +24,7 @@ MvGatherdeckInitConfig Config() {
 }
 
 // Runs a script and returns its value (the promise path parses JSON objects).
-JSValue Eval(JSBridgeAdapter& adapter, const std::string& script) {
-  struct Shared {
-    std::mutex m;
-    std::condition_variable cv;
-    bool done = false;
-    JSResult r;
-  };
-  auto s = std::make_shared<Shared>();
-  adapter.ExecuteJS(script, [s](const JSResult& r) {
-    std::lock_guard<std::mutex> lock(s->m);
-    s->r = r;
-    s->done = true;
-    s->cv.notify_all();
-  });
-  std::unique_lock<std::mutex> lock(s->m);
-  s->cv.wait_for(lock, std::chrono::seconds(20), [&] { return s->done; });
-  return s->r.value;
-}
+JSValue Eval(JSBridgeAdapter& adapter, const std::string& script) { return bridge_test::RunJS(adapter, script).value; }
 
 class GatherdeckTest : public ::testing::Test {
  protected:
@@ -90,6 +72,7 @@ TEST_F(GatherdeckTest, InitializeSendsTheConfigurationAndManagersAppearOnlyAfter
   EXPECT_TRUE(deck->IsInitialized());
   JSValue sent = Eval(*adapter, "Promise.resolve(morVantaSandbox.initConfig)");
   ASSERT_TRUE(sent.IsObject());
+  ASSERT_TRUE(sent.Find("locale") && sent.Find("useAssetServerConfig"));
   EXPECT_EQ(sent.Find("locale")->stringValue, "de-DE");
   EXPECT_TRUE(sent.Find("useAssetServerConfig")->boolValue);
   EXPECT_EQ(sent.Find("debug"), nullptr);
