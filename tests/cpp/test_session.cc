@@ -14,7 +14,7 @@ TEST(Session, CreationFailuresOwnNothing) {
     const char* name;
     void (*change)(morvanta::SessionOptions&);
     int code;
-    const char* function;  // named in the message
+    const char* function;  // named in the message ("": not checked)
   } rows[] = {
       {"no app key", [](morvanta::SessionOptions& o) { o.appKey.clear(); }, -1, "Morvanta_Initialize"},
       {"no log path", [](morvanta::SessionOptions& o) { o.logPath.clear(); }, -3, ""},
@@ -28,7 +28,9 @@ TEST(Session, CreationFailuresOwnNothing) {
     auto r = morvanta::Session::create(options);
     EXPECT_EQ(r.code, row.code) << row.name;
     EXPECT_FALSE(r.value.has_value()) << row.name;
-    EXPECT_NE(r.message.find(row.function), std::string::npos) << row.name << ": " << r.message;
+    if (*row.function) {
+      EXPECT_NE(r.message.find(row.function), std::string::npos) << row.name << ": " << r.message;
+    }
     EXPECT_FALSE(morvanta::Session::isInitialized()) << row.name;
   }
 }
