@@ -11,39 +11,39 @@
 #include <thread>
 #include <vector>
 
+#include "fold_c_rows.h"
 #include "support/dispatch_harness.h"
 
 using namespace morvanta_test;
+using test_rows::ExpectSteps;
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-void OnPlain(int code, const char* message, void* ud) {
-  static_cast<Witness*>(ud)->Saw("plain:" + std::to_string(code) + ":" + (message ? message : "(null)"));
+void Tell(void* ud, const std::string& kind, int code, const std::string& rest) {
+  static_cast<Witness*>(ud)->Saw(kind + ":" + std::to_string(code) + rest);
 }
+void OnPlain(int code, const char* message, void* ud) { Tell(ud, "plain", code, ":" + test_rows::Str(message)); }
 void OnAccount(int code, const char*, MorvantaAccountInfo* info, void* ud) {
-  static_cast<Witness*>(ud)->Saw("record:" + std::to_string(code) + (info ? ":info" : ":null"));
+  Tell(ud, "record", code, info ? ":info" : ":null");
   Morvanta_FreeAccountInfo(info);
 }
 void OnString(int code, const char*, char* value, void* ud) {
-  static_cast<Witness*>(ud)->Saw("string:" + std::to_string(code) + ":" + (value ? value : "(null)"));
+  Tell(ud, "string", code, ":" + test_rows::Str(value));
   Morvanta_FreeString(value);
 }
-void OnInteger(int code, const char*, uint32_t value, void* ud) {
-  static_cast<Witness*>(ud)->Saw("integer:" + std::to_string(code) + ":" + std::to_string(value));
-}
+void OnInteger(int code, const char*, uint32_t v, void* ud) { Tell(ud, "integer", code, ":" + std::to_string(v)); }
 void OnDevices(int code, const char*, MorvantaDeviceInfo* devices, uint32_t count, void* ud) {
-  static_cast<Witness*>(ud)->Saw("list:" + std::to_string(code) + ":" + std::to_string(count) + ":" +
-                                 (count ? devices[0].device_id : ""));
+  Tell(ud, "list", code, ":" + std::to_string(count) + ":" + (count ? devices[0].device_id : ""));
   Morvanta_FreeDeviceList(devices, count);
 }
 void OnSent(int code, const char*, MorvantaChatMessage* sent, void* ud) {
-  static_cast<Witness*>(ud)->Saw("sent:" + std::to_string(code) + (sent ? ":message" : ":null"));
+  Tell(ud, "sent", code, sent ? ":message" : ":null");
   Morvanta_FreeChatMessage(sent);
 }
 void OnAccounts(int code, const char*, MorvantaSearchAccountInfo* accounts, int32_t count, void* ud) {
-  static_cast<Witness*>(ud)->Saw("accounts:" + std::to_string(code) + ":" + std::to_string(count));
+  Tell(ud, "accounts", code, ":" + std::to_string(count));
   Morvanta_FreeAccountList(accounts, count);
 }
 
@@ -56,12 +56,9 @@ bool WaitReadable(int fd, std::chrono::milliseconds limit = std::chrono::seconds
 }  // namespace
 
 TEST(DispatchMode, TheChoiceHoldsFromTheNextSessionAndTheDescriptorForTheProcess) {
-  EXPECT_EQ(Morvanta_GetDispatchMode(), MORVANTA_DISPATCH_WORKER);
-  EXPECT_EQ(Morvanta_GetDispatchFd(), -1);
-  EXPECT_EQ(Morvanta_Dispatch(0), -1);
-  EXPECT_EQ(Morvanta_SetDispatchMode(7), -1);
-  EXPECT_EQ(Morvanta_SetDispatchMode(-1), -1);
-  EXPECT_EQ(Morvanta_GetDispatchMode(), MORVANTA_DISPATCH_WORKER);
+  ExpectSteps({STEP(Morvanta_GetDispatchMode(), MORVANTA_DISPATCH_WORKER), STEP(Morvanta_GetDispatchFd(), -1),
+               STEP(Morvanta_Dispatch(0), -1), STEP(Morvanta_SetDispatchMode(7), -1),
+               STEP(Morvanta_SetDispatchMode(-1), -1), STEP(Morvanta_GetDispatchMode(), MORVANTA_DISPATCH_WORKER)});
 
   // Chosen before the first session: the descriptor is there at once, for a
   // watch the host registers before it initialises.
@@ -72,27 +69,25 @@ TEST(DispatchMode, TheChoiceHoldsFromTheNextSessionAndTheDescriptorForTheProcess
   EXPECT_FALSE(Readable(fd));
   EXPECT_EQ(Morvanta_Dispatch(0), 0);
 
+  // Then a host session, a worker one (no descriptor, no dispatch) and a
+  // host one again (the very same descriptor); no choice while one is live.
   MorvantaInitConfig config = SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
-  ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
-  EXPECT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_WORKER), -3);
-  EXPECT_EQ(Morvanta_SetDispatchMode(9), -3);
-  EXPECT_EQ(Morvanta_GetDispatchMode(), MORVANTA_DISPATCH_HOST);
-  EXPECT_EQ(Morvanta_GetDispatchFd(), fd);
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
-
-  // A worker session in between: no descriptor, no dispatch.
-  ASSERT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_WORKER), 0);
-  ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
-  EXPECT_EQ(Morvanta_GetDispatchFd(), -1);
-  EXPECT_EQ(Morvanta_Dispatch(0), -1);
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
-
-  // Host dispatch again: the very same descriptor.
-  ASSERT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_HOST), 0);
-  ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
-  EXPECT_EQ(Morvanta_GetDispatchFd(), fd);
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  const struct {
+    const char* name;
+    int mode, other, fd;
+  } sessions[] = {{"host", MORVANTA_DISPATCH_HOST, MORVANTA_DISPATCH_WORKER, fd},
+                  {"worker", MORVANTA_DISPATCH_WORKER, MORVANTA_DISPATCH_HOST, -1},
+                  {"host again", MORVANTA_DISPATCH_HOST, MORVANTA_DISPATCH_WORKER, fd}};
+  for (const auto& row : sessions) {
+    SCOPED_TRACE(row.name);
+    ASSERT_EQ(Morvanta_SetDispatchMode(row.mode), 0);
+    ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
+    ExpectSteps({STEP(Morvanta_SetDispatchMode(row.other), -3), STEP(Morvanta_SetDispatchMode(9), -3),
+                 STEP(Morvanta_GetDispatchMode(), row.mode), STEP(Morvanta_GetDispatchFd(), row.fd),
+                 STEP(Morvanta_Dispatch(0) >= 0, row.mode == MORVANTA_DISPATCH_HOST)});
+    ASSERT_EQ(Morvanta_Uninitialize(), 0);
+  }
   Morvanta_SetDispatchMode(MORVANTA_DISPATCH_WORKER);
 }
 
@@ -148,13 +143,9 @@ TEST_F(HostDispatch, AFailureFoundBeforeAnyWorkStillWaitsForTheDispatch) {
   // The handle outlived the session: the manager answers at once that the
   // bridge is gone, which worker dispatch reports inside the call.
   ASSERT_EQ(Morvanta_Account_UpdateNickname(account, "Ann", OnPlain, &w), 0);
-  EXPECT_EQ(w.Count(), 0u);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 1);
-  ASSERT_EQ(w.Count(), 1u);
-  EXPECT_EQ(w.Calls()[0], "plain:-1:Bridge not initialized");
-  EXPECT_EQ(w.outside_dispatch, 0);
-  EXPECT_FALSE(Readable(fd));
+  ExpectSteps({STEP(w.Count(), 0), STEP(Readable(fd), true), STEP(DispatchNow(), 1), STEP(w.outside_dispatch, 0),
+               STEP(Readable(fd), false)});
+  EXPECT_EQ(w.Calls(), std::vector<std::string>{"plain:-1:Bridge not initialized"});
   Morvanta_DestroyAccountManagerHandle(account);
 }
 
@@ -166,15 +157,9 @@ TEST_F(HostDispatch, TheDescriptorIsReadableExactlyWhileCallsWait) {
   ASSERT_TRUE(WaitReadable(fd));
   // All three answered (the worker takes them in order).
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_EQ(DispatchNow(1), 1);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(1), 1);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(5), 1);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(DispatchNow(0), 0);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(w.Count(), 3u);
+  ExpectSteps({STEP(DispatchNow(1), 1), STEP(Readable(fd), true), STEP(DispatchNow(1), 1), STEP(Readable(fd), true),
+               STEP(DispatchNow(5), 1), STEP(Readable(fd), false), STEP(DispatchNow(0), 0), STEP(Readable(fd), false),
+               STEP(w.Count(), 3)});
   Morvanta_DestroyAudioManagerHandle(audio);
 }
 
@@ -219,13 +204,10 @@ TEST_F(HostDispatch, ADispatchedCallbackMayQueryButNotDispatchAndLaterArrivalsWa
   ASSERT_TRUE(WaitReadable(fd));
   // Only what waited when the dispatch began runs: the second answer, queued
   // during the first callback, waits for the next dispatch.
-  EXPECT_EQ(DispatchNow(), 1);
-  EXPECT_EQ(r.nested, -1);
-  // Not in a meeting: the SDK's answer, not the 10 s limit of a held worker.
-  EXPECT_EQ(r.query_rc, -999);
-  EXPECT_LT(r.query_seconds, 5.0);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 1);
+  // Not in a meeting: the query has the SDK's answer, not the 10 s limit of
+  // a held worker.
+  ExpectSteps({STEP(DispatchNow(), 1), STEP(r.nested, -1), STEP(r.query_rc, -999), STEP(r.query_seconds < 5.0, true),
+               STEP(Readable(fd), true), STEP(DispatchNow(), 1)});
   EXPECT_EQ(r.witness.Calls(), (std::vector<std::string>{"first", "second"}));
   Morvanta_DestroyAudioManagerHandle(r.audio);
   Morvanta_DestroyMeetingManagerHandle(r.meeting);
@@ -325,32 +307,22 @@ TEST_F(HostDispatch, TwoDispatchingThreadsNeverRunCallsAtTheSameTime) {
 TEST(DispatchSessions, AHostSessionThenAWorkerSessionInOneProcess) {
   MorvantaInitConfig config = SandboxConfig();
   MorvantaSDK_T* sdk = nullptr;
-  ASSERT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_HOST), 0);
-  ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
-  {
+  for (const int mode : {MORVANTA_DISPATCH_HOST, MORVANTA_DISPATCH_WORKER}) {
+    const bool host = mode == MORVANTA_DISPATCH_HOST;
+    SCOPED_TRACE(host ? "host session" : "worker session");
+    ASSERT_EQ(Morvanta_SetDispatchMode(mode), 0);
+    ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
     Witness w;
     MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
     ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, OnInteger, &w), 0);
-    ASSERT_TRUE(DispatchUntil([&] { return w.Count() == 1; }));
-    EXPECT_EQ(w.off_thread, 0);
-    Morvanta_DestroyAudioManagerHandle(audio);
-  }
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
-  ASSERT_EQ(Morvanta_SetDispatchMode(MORVANTA_DISPATCH_WORKER), 0);
-  ASSERT_EQ(Morvanta_Initialize(&config, &sdk), 0);
-  {
-    // Worker dispatch again: the callback comes on its own, on the worker.
-    Witness w;
-    MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
-    ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, OnInteger, &w), 0);
+    // In worker dispatch the callback comes on its own, on the worker.
     const auto until = Clock::now() + std::chrono::seconds(20);
+    if (host) ASSERT_TRUE(DispatchUntil([&] { return w.Count() == 1; }));
     while (w.Count() == 0 && Clock::now() < until) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    ASSERT_EQ(w.Count(), 1u);
-    EXPECT_EQ(w.Calls()[0], "integer:0:80");
-    EXPECT_EQ(w.off_thread, 1);
-    EXPECT_EQ(Morvanta_Dispatch(0), -1);
-    EXPECT_EQ(Morvanta_GetDispatchFd(), -1);
+    EXPECT_EQ(w.Calls(), std::vector<std::string>{"integer:0:80"});
+    ExpectSteps({STEP(w.off_thread, host ? 0 : 1), STEP(Morvanta_Dispatch(0), host ? 0 : -1),
+                 STEP(Morvanta_GetDispatchFd() >= 0, host)});
     Morvanta_DestroyAudioManagerHandle(audio);
+    ASSERT_EQ(Morvanta_Uninitialize(), 0);
   }
-  ASSERT_EQ(Morvanta_Uninitialize(), 0);
 }

@@ -12,9 +12,12 @@
 
 #include "capi/callback_slot.h"
 #include "capi/channel_events_harness.h"
+#include "fold_c_rows.h"
 #include "support/dispatch_harness.h"
 
 using namespace morvanta_test;
+using test_rows::ExpectRows;
+using test_rows::ExpectSteps;
 
 namespace {
 
@@ -30,41 +33,42 @@ struct Named {
   Witness* witness;
 };
 
+void Say(void* ud, const std::string& what) {
+  auto* n = static_cast<Named*>(ud);
+  n->witness->Saw(n->name + " " + what);
+}
+void Tell(void* ud, const std::string& what) { static_cast<Witness*>(ud)->Saw(what); }
+
+// Each item's part followed by a comma.
+template <class T, class F>
+std::string Join(const T* items, uint32_t count, F part) {
+  std::string s;
+  for (uint32_t i = 0; i < count; ++i) s += part(items[i]) + ",";
+  return s;
+}
+std::string Uuids(const MorvantaMember* ms, uint32_t count) {
+  return Join(ms, count, [](const MorvantaMember& m) { return std::string(m.uuid); });
+}
+std::string Flag(bool on) { return on ? ":1" : ":0"; }
+std::string By(const MorvantaMember* m) { return m ? m->uuid : "none"; }
+
 MorvantaMeetingListener ListenerFor(Named* n) {
   MorvantaMeetingListener l{};
   l.onMemberJoinMeeting = [](const MorvantaMember* m, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " join:" + m->uuid + "/" + m->name);
+    Say(ud, std::string("join:") + m->uuid + "/" + m->name);
   };
-  l.onMemberAudioMuteChanged = [](const char* uuid, bool mute, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " audio:" + uuid + (mute ? ":1" : ":0"));
-  };
-  l.onRoomEnded = [](const char* reason, const char* extra, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " ended:" + reason + "/" + extra);
-  };
-  l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t count, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    std::string s = n->name + " chatroom:";
-    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].uuid) + ",";
-    n->witness->Saw(s);
-  };
+  l.onMemberAudioMuteChanged = [](const char* u, bool on, void* ud) { Say(ud, std::string("audio:") + u + Flag(on)); };
+  l.onRoomEnded = [](const char* why, const char* x, void* ud) { Say(ud, "ended:" + std::string(why) + "/" + x); };
+  l.onMemberJoinChatroom = [](const MorvantaMember* ms, uint32_t n, void* ud) { Say(ud, "chatroom:" + Uuids(ms, n)); };
   l.onMemberScreenShareStateChanged = [](const MorvantaMember* m, bool sharing, const MorvantaMember* by, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " share:" + m->uuid + (sharing ? ":1:" : ":0:") + (by ? by->uuid : "none"));
+    Say(ud, "share:" + std::string(m->uuid) + Flag(sharing) + ":" + By(by));
   };
   l.onReceiveChatroomMessages = [](const MorvantaChatMessage* ms, uint32_t count, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    std::string s = n->name + " chat:";
-    for (uint32_t i = 0; i < count; ++i) s += std::string(ms[i].text ? ms[i].text : "(null)") + ",";
-    n->witness->Saw(s);
+    Say(ud, "chat:" + Join(ms, count, [](const MorvantaChatMessage& m) { return test_rows::Str(m.text); }));
   };
   l.onMemberChatBanStateChanged = [](const MorvantaMember* m, bool banned, int32_t duration, const char* ext,
                                      const MorvantaMember* by, void* ud) {
-    auto* n = static_cast<Named*>(ud);
-    n->witness->Saw(n->name + " ban:" + m->uuid + (banned ? ":1:" : ":0:") + std::to_string(duration) + ":" + ext +
-                    ":" + (by ? by->uuid : "none"));
+    Say(ud, "ban:" + std::string(m->uuid) + Flag(banned) + ":" + std::to_string(duration) + ":" + ext + ":" + By(by));
   };
   l.user_data = n;
   return l;
@@ -95,9 +99,9 @@ class HostDispatchChannels : public ::testing::Test {
     DrainWorker();
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
-  // Adds `l`, then fires `statements` and waits until they are queued.
-  void ListenAndFire(const MorvantaMeetingListener& l, const std::string& statements) {
-    ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &l), 0);
+  // Adds the records, then fires `statements` and waits until they are queued.
+  void ListenAndFire(std::initializer_list<const MorvantaMeetingListener*> records, const std::string& statements) {
+    for (const MorvantaMeetingListener* l : records) ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, l), 0);
     ASSERT_TRUE(MeetingRegistered());
     Fire(statements);
     WaitQueued();
@@ -116,13 +120,19 @@ const char kEveryKind[] =
     "L.onMemberChatBanStateChanged({uuid: 'u2'}, true, 60, 'spam', {uuid: 'u1'});"
     "L.onRoomEnded('CLOSE_BY_MEMBER', '');";
 
+// `count` microphone changes of members u0, u1, ...
+std::string Mutes(int count) {
+  return "for (var i = 0; i < " + std::to_string(count) +
+         "; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);";
+}
+
 }  // namespace
 
 TEST_F(HostDispatchChannels, MeetingListenerCallsWaitForTheDispatchAndCarryTheirValues) {
   Witness w;
   Named a{"a", &w};
   MorvantaMeetingListener l = ListenerFor(&a);
-  ListenAndFire(l, kEveryKind);
+  ListenAndFire({&l}, kEveryKind);
   EXPECT_EQ(w.Count(), 0u);
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 8; }));
   EXPECT_EQ(w.Calls(), (std::vector<std::string>{
@@ -135,32 +145,24 @@ TEST_F(HostDispatchChannels, MeetingListenerCallsWaitForTheDispatchAndCarryTheir
                            "a ban:u2:1:60:spam:u1",
                            "a ended:CLOSE_BY_MEMBER/",
                        }));
-  EXPECT_EQ(w.off_thread, 0);
-  EXPECT_EQ(w.outside_dispatch, 0);
-  EXPECT_FALSE(Readable(fd));
+  ExpectRows(ROW(w.off_thread), 0, ROW(w.outside_dispatch), 0, ROW(Readable(fd)), false);
 }
 
 TEST_F(HostDispatchChannels, RemovingARecordDropsItsQueuedCallsAndOnlyItsOwn) {
   Witness w;
   Named a{"a", &w}, b{"b", &w};
   MorvantaMeetingListener la = ListenerFor(&a), lb = ListenerFor(&b);
-  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &la), 0);
-  ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &lb), 0);
-  ASSERT_TRUE(MeetingRegistered());
-  Fire("for (var i = 0; i < 5; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
-  WaitQueued();
+  ListenAndFire({&la, &lb}, Mutes(5));
   ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &la), 0);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 5);
-  EXPECT_EQ(w.Calls(), (std::vector<std::string>{"b audio:u0:1", "b audio:u1:1", "b audio:u2:1", "b audio:u3:1",
-                                                 "b audio:u4:1"}));
+  ExpectSteps({STEP(Readable(fd), true), STEP(DispatchNow(), 5)});
+  std::vector<std::string> expected;
+  for (int i = 0; i < 5; ++i) expected.push_back("b audio:u" + std::to_string(i) + ":1");
+  EXPECT_EQ(w.Calls(), expected);
   // Removing the last record drops the rest: nothing waits any more.
   Fire("L.onMemberAudioMuteChanged({uuid: 'late'}, false, null);");
   WaitQueued();
   ASSERT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &lb), 0);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 0);
-  EXPECT_EQ(w.Count(), 5u);
+  ExpectSteps({STEP(Readable(fd), false), STEP(DispatchNow(), 0), STEP(w.Count(), 5)});
 }
 
 namespace {
@@ -198,10 +200,7 @@ TEST_F(HostDispatchChannels, AListenerMayRemoveItselfAndAddAnotherOfItsOwnChanne
   WaitQueued();
   // The first call removes its record: the second call queued for it is
   // dropped; the new record hears only later events.
-  EXPECT_EQ(DispatchNow(), 1);
-  EXPECT_EQ(h.removed, 0);
-  EXPECT_EQ(h.added, 0);
-  EXPECT_FALSE(Readable(fd));
+  ExpectSteps({STEP(DispatchNow(), 1), STEP(h.removed, 0), STEP(h.added, 0), STEP(Readable(fd), false)});
   ASSERT_TRUE(MeetingRegistered());
   Fire("L.onMemberAudioMuteChanged({uuid: 'three'}, true, null);");
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 2; }));
@@ -213,16 +212,15 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
   Witness w;
   Named a{"a", &w};
   MorvantaMeetingListener l = ListenerFor(&a);
-  ListenAndFire(l, "for (var i = 0; i < 20; i++) L.onMemberAudioMuteChanged({uuid: 'u' + i}, true, null);");
+  ListenAndFire({&l}, Mutes(20));
   MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
   ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char*, uint32_t value, void* ud) {
-    static_cast<Witness*>(ud)->Saw("volume:" + std::to_string(code) + ":" + std::to_string(value));
+    Tell(ud, "volume:" + std::to_string(code) + ":" + std::to_string(value));
   }, &w), 0);
   DrainWorker();
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 1);
+  ExpectSteps({STEP(Readable(fd), true), STEP(DispatchNow(), 1)});
   EXPECT_EQ(w.Calls(), (std::vector<std::string>{"volume:0:80"}));
   EXPECT_FALSE(Readable(fd));
   Morvanta_DestroyAudioManagerHandle(audio);
@@ -230,29 +228,25 @@ TEST_F(HostDispatchChannels, UninitializeDropsQueuedListenerCallsButKeepsOperati
 
 namespace {
 
-void SeeRtc(const MorvantaRtcStats* s, void* ud) { static_cast<Witness*>(ud)->Saw("rtc:" + std::to_string(s->tx_bytes)); }
+void SeeRtc(const MorvantaRtcStats* s, void* ud) { Tell(ud, "rtc:" + std::to_string(s->tx_bytes)); }
 void SeeRemoteAudio(const MorvantaRemoteAudioStats* s, uint32_t count, void* ud) {
-  std::string text = "remote:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].user_uuid) + "=" + std::to_string(s[i].volume) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+  Tell(ud, "remote:" + Join(s, count, [](auto& r) { return r.user_uuid + ("=" + std::to_string(r.volume)); }));
 }
 void SeeCustom(const MorvantaCustomMessage* m, void* ud) {
-  static_cast<Witness*>(ud)->Saw(std::string("custom:") + m->sender_uuid + ":" + m->data);
+  Tell(ud, std::string("custom:") + m->sender_uuid + ":" + m->data);
 }
 void SeeRecent(const MorvantaSessionRecentInfo* s, uint32_t count, void* ud) {
-  std::string text = "recent:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(s[i].session_id) + "=" + std::to_string(s[i].unread_count) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+  Tell(ud, "recent:" + Join(s, count, [](auto& r) { return r.session_id + ("=" + std::to_string(r.unread_count)); }));
 }
 void SeeWaiting(const MorvantaWaitingRoomMember* m, int32_t reason, void* ud) {
-  static_cast<Witness*>(ud)->Saw(std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
+  Tell(ud, std::string("waiting:") + m->uuid + "/" + m->name + "/" + std::to_string(reason));
 }
-void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) {
-  std::string text = "managers:";
-  for (uint32_t i = 0; i < count; ++i) text += std::string(ms[i].uuid) + ",";
-  static_cast<Witness*>(ud)->Saw(text);
+void SeeManagers(const MorvantaMember* ms, uint32_t count, void* ud) { Tell(ud, "managers:" + Uuids(ms, count)); }
+void SeeEngine(const char* room, void* ud) { Tell(ud, std::string("engine:") + room); }
+void EmitEngine(const std::string& room) {
+  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
+              " args: ['" + room + "']})");
 }
-void SeeEngine(const char* room, void* ud) { static_cast<Witness*>(ud)->Saw(std::string("engine:") + room); }
 
 }  // namespace
 
@@ -290,8 +284,7 @@ TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForT
   FireOn("__morvantaWaitingRoomListenerRef",
          "L.onMemberJoin({uuid: 'w1', name: 'Wes', joinTime: 5, status: 1}, 0);"
          "L.onManagersUpdated([{uuid: 'h1'}, {uuid: 'h2'}]);");
-  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
-              " args: ['room-9']})");
+  EmitEngine("room-9");
   WaitQueued();
   EXPECT_EQ(w.Count(), 0u);
   ASSERT_TRUE(DispatchUntil([&] { return w.Count() >= 7; }));
@@ -299,21 +292,17 @@ TEST_F(HostDispatchChannels, StatisticsMessagesWaitingRoomAndGlobalCallsWaitForT
   std::sort(calls.begin(), calls.end());  // the channels drain on threads of their own
   EXPECT_EQ(calls, (std::vector<std::string>{"custom:s1:ping", "engine:room-9", "managers:h1,h2,", "recent:a=2,",
                                              "remote:r1=3,r2=4,", "rtc:42", "waiting:w1/Wes/0"}));
-  EXPECT_EQ(w.off_thread, 0);
-  EXPECT_EQ(w.outside_dispatch, 0);
+  ExpectRows(ROW(w.off_thread), 0, ROW(w.outside_dispatch), 0);
 
   // Removal drops queued calls on these channels as well.
   FireOn("__morvantaRtcStatsListenerRef", "L.onRtcStats({txBytes: 1});");
-  SandboxEval("morVantaSandbox.emit({manager: 'global', channel: 'global', event: 'beforeRtcEngineInitialize',"
-              " args: ['room-10']})");
+  EmitEngine("room-10");
   WaitQueued();
-  EXPECT_EQ(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0);
-  EXPECT_EQ(Morvanta_RemoveGlobalEventListener(&global), 0);
-  EXPECT_FALSE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 0);
-  EXPECT_EQ(w.Count(), 7u);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0);
-  EXPECT_EQ(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0);
+  ExpectSteps({STEP(Morvanta_Meeting_RemoveRtcStatsListener(meeting, &rtc), 0),
+               STEP(Morvanta_RemoveGlobalEventListener(&global), 0), STEP(Readable(fd), false),
+               STEP(DispatchNow(), 0), STEP(w.Count(), 7),
+               STEP(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &messages), 0),
+               STEP(Morvanta_WaitingRoom_RemoveListener(room, &waiting), 0)});
   Morvanta_DestroyWaitingRoomManagerHandle(room);
 }
 
@@ -339,6 +328,12 @@ struct Flood {
   void Check() {
     if (std::this_thread::get_id() != host) ++off_thread;
   }
+  // Event number `n` of one channel.
+  static void See(void* ud, Sequence Flood::*channel, const char* n) {
+    auto* f = static_cast<Flood*>(ud);
+    f->Check();
+    (f->*channel).See(std::atol(n));
+  }
 };
 
 }  // namespace
@@ -349,17 +344,11 @@ TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriv
   constexpr int kCalls = 200;
   Flood f;
   MorvantaMeetingListener ml{};
-  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) {
-    auto* fl = static_cast<Flood*>(ud);
-    fl->Check();
-    fl->meeting.See(std::atol(uuid));
-  };
+  ml.onMemberAudioMuteChanged = [](const char* uuid, bool, void* ud) { Flood::See(ud, &Flood::meeting, uuid); };
   ml.user_data = &f;
   MorvantaMessageChannelListener cl{};
   cl.onCustomMessageReceived = [](const MorvantaCustomMessage* m, void* ud) {
-    auto* fl = static_cast<Flood*>(ud);
-    fl->Check();
-    fl->messages.See(std::atol(m->data));
+    Flood::See(ud, &Flood::messages, m->data);
   };
   cl.user_data = &f;
   ASSERT_EQ(Morvanta_Meeting_AddMeetingListener(meeting, &ml), 0);
@@ -395,15 +384,11 @@ TEST_F(HostDispatchChannels, TenThousandEventsOnTwoChannelsAndCallsInFlightArriv
   ASSERT_TRUE(all) << f.meeting.next << " / " << f.messages.next << " / " << f.answers;
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   EXPECT_EQ(DispatchNow(), 0);  // nothing twice, nothing left over
-  EXPECT_EQ(f.meeting.next, kPerChannel);
-  EXPECT_EQ(f.meeting.wrong, 0);
-  EXPECT_EQ(f.messages.next, kPerChannel);
-  EXPECT_EQ(f.messages.wrong, 0);
-  EXPECT_EQ(f.answers.load(), kCalls);
-  EXPECT_EQ(f.answer_failures.load(), 0);
-  EXPECT_EQ(f.off_thread.load(), 0);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0);
-  EXPECT_EQ(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0);
+  ExpectRows(ROW(f.meeting.next), kPerChannel, ROW(f.meeting.wrong), 0, ROW(f.messages.next), kPerChannel,
+             ROW(f.messages.wrong), 0, ROW(f.answers.load()), kCalls, ROW(f.answer_failures.load()), 0,
+             ROW(f.off_thread.load()), 0);
+  ExpectSteps({STEP(Morvanta_Meeting_RemoveMeetingListener(meeting, &ml), 0),
+               STEP(Morvanta_Meeting_RemoveMessageChannelListener(meeting, &cl), 0)});
   Morvanta_DestroyAudioManagerHandle(audio);
 }
 
@@ -413,15 +398,12 @@ TEST_F(HostDispatchChannels, ConcurrentOnlyCallsPendingAtUninitializeAreAnswered
   MorvantaAudioManager_T* audio = Morvanta_GetAudioManager(sdk);
   for (int i = 0; i < 3; ++i)
     ASSERT_EQ(Morvanta_Audio_GetSpeakerVolume(audio, [](int code, const char* message, uint32_t, void* ud) {
-      static_cast<Witness*>(ud)->Saw(std::to_string(code) + ":" + message);
+      Tell(ud, std::to_string(code) + ":" + message);
     }, &w), 0);
   DrainWorker();
   ASSERT_EQ(Morvanta_Uninitialize(), 0);
   // Answered before Morvanta_Uninitialize returned, but run only now.
-  EXPECT_EQ(w.Count(), 0u);
-  EXPECT_TRUE(Readable(fd));
-  EXPECT_EQ(DispatchNow(), 3);
+  ExpectSteps({STEP(w.Count(), 0), STEP(Readable(fd), true), STEP(DispatchNow(), 3), STEP(w.off_thread, 0)});
   EXPECT_EQ(w.Calls(), (std::vector<std::string>(3, "-1:Bridge shutting down")));
-  EXPECT_EQ(w.off_thread, 0);
   Morvanta_DestroyAudioManagerHandle(audio);
 }

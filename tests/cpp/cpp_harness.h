@@ -39,22 +39,12 @@ class Answer {
   // nothing came.
   morvanta::Result<T> wait(std::chrono::milliseconds limit = 20s) const {
     std::unique_lock<std::mutex> lock(s_->mutex);
-    if (!s_->cv.wait_for(lock, limit, [&] { return s_->calls > 0; })) {
-      morvanta::Result<T> none;
-      none.code = 424242;
-      none.message = "no completion in time";
-      return none;
-    }
+    if (!s_->cv.wait_for(lock, limit, [&] { return s_->calls > 0; }))
+      return morvanta::detail::failure<T>(424242, "no completion in time");
     return s_->result;
   }
-  int calls() const {
-    std::lock_guard<std::mutex> lock(s_->mutex);
-    return s_->calls;
-  }
-  std::thread::id thread() const {
-    std::lock_guard<std::mutex> lock(s_->mutex);
-    return s_->thread;
-  }
+  int calls() const { return read(&Shared::calls); }
+  std::thread::id thread() const { return read(&Shared::thread); }
 
  private:
   struct Shared {
@@ -64,18 +54,19 @@ class Answer {
     std::thread::id thread;
     morvanta::Result<T> result;
   };
+  template <class F>
+  F read(F Shared::*field) const {
+    std::lock_guard<std::mutex> lock(s_->mutex);
+    return (*s_).*field;
+  }
   std::shared_ptr<Shared> s_;
 };
 
 // Waits for a future with a limit; code 424242 when it did not become ready.
 template <class T>
 morvanta::Result<T> Get(std::future<morvanta::Result<T>> f, std::chrono::milliseconds limit = 20s) {
-  if (f.wait_for(limit) != std::future_status::ready) {
-    morvanta::Result<T> none;
-    none.code = 424242;
-    none.message = "future not ready in time";
-    return none;
-  }
+  if (f.wait_for(limit) != std::future_status::ready)
+    return morvanta::detail::failure<T>(424242, "future not ready in time");
   return f.get();
 }
 

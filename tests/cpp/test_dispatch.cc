@@ -6,8 +6,10 @@
 #include <atomic>
 
 #include "cpp_harness.h"
+#include "fold_c_rows.h"
 
 using namespace cpp_test;
+using test_rows::ExpectRows;
 
 namespace {
 
@@ -72,16 +74,14 @@ TEST_F(HostDispatch, CompletionsAndFuturesWaitForTheHostThread) {
   EXPECT_EQ(microphone.wait_for(0ms), std::future_status::timeout);
 
   ASSERT_TRUE(DispatchUntil([&] { return volume.calls() == 1; }));
-  EXPECT_EQ(volume.thread(), std::this_thread::get_id());
-  EXPECT_EQ(volume.wait(0ms).value, std::optional<uint32_t>(80));
-  EXPECT_EQ(Pump(std::move(microphone)).value, std::optional<uint32_t>(60));
+  ExpectRows(ROW(volume.thread()), std::this_thread::get_id(), ROW(volume.wait(0ms).value), std::optional<uint32_t>(80),
+             ROW(Pump(std::move(microphone)).value), std::optional<uint32_t>(60));
 
   // A refusal does not wait for the host.
   morvanta::AudioManager none;
   Answer<uint32_t> refused;
   none.getSpeakerVolume(refused.callback());
-  EXPECT_EQ(refused.calls(), 1);
-  EXPECT_EQ(refused.wait(0ms).code, -1);
+  ExpectRows(ROW(refused.calls()), 1, ROW(refused.wait(0ms).code), -1);
 }
 
 TEST_F(HostDispatch, ListenersRunOnTheHostThreadAndMayEndTheirSubscriptionInside) {
@@ -107,10 +107,8 @@ TEST_F(HostDispatch, ListenersRunOnTheHostThreadAndMayEndTheirSubscriptionInside
   create.subject = "Dispatched";
   ASSERT_EQ(Pump(meeting.createMeeting(create)).code, 0);
   ASSERT_TRUE(DispatchUntil([&] { return keeper.changes >= 6; }));
-  EXPECT_EQ(once.changes, 1);
-  EXPECT_FALSE(single.active());
-  EXPECT_EQ(keeper.elsewhere, 0);
-  EXPECT_EQ(once.elsewhere, 0);
+  ExpectRows(ROW(once.changes.load()), 1, ROW(single.active()), false, ROW(keeper.elsewhere.load()), 0,
+             ROW(once.elsewhere.load()), 0);
 
   // Nothing runs without dispatching.
   auto leave = meeting.leaveMeeting(true);

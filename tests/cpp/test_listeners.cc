@@ -6,8 +6,10 @@
 #include <set>
 
 #include "cpp_harness.h"
+#include "fold_c_rows.h"
 
 using namespace cpp_test;
+using test_rows::ExpectRows;
 
 namespace {
 
@@ -108,13 +110,11 @@ TEST_F(Listeners, MeetingListenerHearsMembersChatMutesSharesAndTheEnd) {
   ASSERT_TRUE(events.signal.waitFor([&] { return !events.sharing.empty() && !events.chat.empty(); }));
   {
     std::lock_guard<std::mutex> lock(events.signal.mutex());
-    EXPECT_EQ(events.joined, (std::vector<std::string>{"Grace Hopper", "Alan Turing"}));
-    EXPECT_EQ(events.chat, (std::vector<std::string>{"Grace Hopper: hello C++"}));
     ASSERT_EQ(events.audio.size(), 1u);
-    EXPECT_TRUE(events.audio[0].second);
-    EXPECT_FALSE(events.audio[0].first.empty());
-    EXPECT_EQ(events.sharing, (std::vector<std::pair<std::string, bool>>{{"Alan Turing", true}}));
-    EXPECT_EQ(events.chatroomJoins, 2u);
+    ExpectRows(ROW(events.joined), std::vector<std::string>{"Grace Hopper", "Alan Turing"}, ROW(events.chat),
+               std::vector<std::string>{"Grace Hopper: hello C++"}, ROW(events.audio[0].second), true,
+               ROW(events.audio[0].first.empty()), false, ROW(events.chatroomJoins), 2u, ROW(events.sharing),
+               std::vector<std::pair<std::string, bool>>{{"Alan Turing", true}});
   }
   EXPECT_EQ(Get(meeting.leaveMeeting(true)).code, 0);
   EXPECT_TRUE(events.signal.waitFor([&] { return !events.ended.empty(); }));
@@ -128,18 +128,16 @@ TEST_F(Listeners, EveryGlobalListenerHearsTheEngineWhereTheCChannelServesOne) {
   // The service listener is attached after the add returns (as in C).
   std::this_thread::sleep_for(500ms);
   ASSERT_TRUE(CreateMeeting(meeting));
-  EXPECT_TRUE(first.signal.waitFor([&] { return !first.seen.empty(); }));
-  EXPECT_TRUE(second.signal.waitFor([&] { return !second.seen.empty(); }));
+  for (Engine* e : {&first, &second}) EXPECT_TRUE(e->signal.waitFor([&] { return !e->seen.empty(); }));
   EXPECT_EQ(Get(meeting.leaveMeeting(true)).code, 0);
-  EXPECT_TRUE(first.signal.waitFor([&] { return first.seen.size() == 2; }));
-  EXPECT_TRUE(second.signal.waitFor([&] { return second.seen.size() == 2; }));
+  for (Engine* e : {&first, &second}) EXPECT_TRUE(e->signal.waitFor([&] { return e->seen.size() == 2; }));
   std::string room = first.seen.empty() ? "" : first.seen[0].substr(std::string("after ").size());
   EXPECT_EQ(room.rfind("room-", 0), 0u) << room;
   std::vector<std::string> expected{"after " + room, "release " + room};
-  std::lock_guard<std::mutex> l1(first.signal.mutex());
-  std::lock_guard<std::mutex> l2(second.signal.mutex());
-  EXPECT_EQ(first.seen, expected);
-  EXPECT_EQ(second.seen, expected);
+  for (Engine* e : {&first, &second}) {
+    std::lock_guard<std::mutex> lock(e->signal.mutex());
+    EXPECT_EQ(e->seen, expected) << (e == &first ? "first" : "second");
+  }
 }
 
 TEST_F(Listeners, StatisticsAndMessageChannelsArriveAsValues) {
@@ -182,12 +180,10 @@ TEST_F(Listeners, StatisticsAndMessageChannelsArriveAsValues) {
   EXPECT_TRUE(stats.signal.waitFor([&] { return stats.rounds >= 3 && stats.remote.size() >= 2 && stats.quality > 0; }));
   ASSERT_TRUE(messages.signal.waitFor([&] { return !messages.custom.empty() && !messages.session.empty(); }));
   std::lock_guard<std::mutex> lock(messages.signal.mutex());
-  EXPECT_EQ(messages.custom[0].data, "poll");
-  EXPECT_FALSE(messages.custom[0].senderUuid.empty());
-  EXPECT_EQ(messages.custom[0].roomUuid.rfind("room-", 0), 0u);
-  EXPECT_EQ(messages.session[0].sessionId, "s-1");
-  EXPECT_EQ(messages.session[0].data, "note");
-  EXPECT_EQ(messages.session[0].sessionType, 0);
+  const morvanta::CustomMessage& c = messages.custom[0];
+  const morvanta::SessionMessage& m = messages.session[0];
+  ExpectRows(ROW(c.data), "poll", ROW(c.senderUuid.empty()), false, ROW(c.roomUuid.rfind("room-", 0)), 0u,
+             ROW(m.sessionId), "s-1", ROW(m.data), "note", ROW(m.sessionType), 0);
 }
 
 TEST_F(Listeners, WaitingRoomListenerHearsArrivalsAndAdmissions) {
@@ -253,10 +249,8 @@ TEST_F(Listeners, ASubscriptionEndsItsListenerWhereverItIsDestroyed) {
   int atReset = outside.rounds;
   int keeperAtReset = keeper.rounds;
   ASSERT_TRUE(WaitUntil([&] { return keeper.rounds >= keeperAtReset + 4; }));
-  EXPECT_EQ(outside.rounds, atReset);
-  EXPECT_EQ(inside.rounds, 1);
-  EXPECT_FALSE(subInside.active());
-  EXPECT_GE(late.rounds, 4);
+  ExpectRows(ROW(outside.rounds.load()), atReset, ROW(inside.rounds.load()), 1, ROW(subInside.active()), false,
+             ROW(late.rounds >= 4), true);
 }
 
 TEST_F(Listeners, DestroyingASubscriptionWaitsForItsListenerCallInProgress) {
@@ -294,17 +288,14 @@ TEST_F(Listeners, SubscriptionsOutlivingTheirManagerOrMovedStaySafe) {
   }  // the manager goes first: its listeners fall silent
   int rounds = counter.rounds, movedRounds = moved.rounds;
   std::this_thread::sleep_for(300ms);
-  EXPECT_EQ(counter.rounds, rounds);
-  EXPECT_EQ(moved.rounds, movedRounds);
-  EXPECT_TRUE(sub.active());
+  ExpectRows(ROW(counter.rounds.load()), rounds, ROW(moved.rounds.load()), movedRounds, ROW(sub.active()), true);
   sub.reset();
   target = morvanta::Subscription();
 
   // Adding to managers that cannot reach the library is refused.
   morvanta::MeetingManager none;
   morvanta::Subscription refused = none.addRtcStatsListener(counter);
-  EXPECT_FALSE(refused.active());
-  EXPECT_EQ(refused.code(), -1);
+  ExpectRows(ROW(refused.active()), false, ROW(refused.code()), -1);
   morvanta::Session notLive;
   Engine engine;
   EXPECT_EQ(notLive.addGlobalEventListener(engine).code(), -2);

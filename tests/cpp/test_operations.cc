@@ -2,9 +2,13 @@
 // its future form, against the sandbox SDK: the values arrive converted, the
 // completion runs once, refusals complete at once on the calling thread.
 #include "cpp_harness.h"
+#include "fold_c_rows.h"
 
 using namespace cpp_test;
 using morvanta::Result;
+using test_rows::ExpectRows;
+using Text = std::optional<std::string>;
+using Flag = std::optional<bool>;
 
 namespace {
 
@@ -26,26 +30,19 @@ TEST_F(Operations, RecordFamilyCarriesEverySetFieldAndLeavesUnsetOnesEmpty) {
   Result<morvanta::AccountInfo> a = alice.wait();
   ASSERT_EQ(a.code, 0) << a.message;
   ASSERT_TRUE(a.value);
-  EXPECT_EQ(a.value->userUuid, "user-alice-0001");
-  EXPECT_FALSE(a.value->userToken.empty());
-  EXPECT_FALSE(a.value->nickname.empty());
-  EXPECT_FALSE(a.value->privateMeetingNum.empty());
-  EXPECT_TRUE(a.value->corpName && !a.value->corpName->empty());
-  EXPECT_TRUE(a.value->avatar && !a.value->avatar->empty());
-  EXPECT_EQ(a.value->phoneNumber, std::optional<std::string>("13800000001"));
-  EXPECT_TRUE(a.value->email && !a.value->email->empty());
-  EXPECT_TRUE(a.value->privateShortMeetingNum.has_value());
-  EXPECT_EQ(a.value->isInitialPassword, std::optional<bool>(false));
-  EXPECT_EQ(a.value->isAnonymous, std::optional<bool>(false));
+  const morvanta::AccountInfo& v = *a.value;
+  ExpectRows(ROW(v.userUuid), "user-alice-0001", ROW(v.userToken.empty()), false, ROW(v.nickname.empty()), false,
+             ROW(v.privateMeetingNum.empty()), false, ROW(v.corpName.value_or("").empty()), false,
+             ROW(v.avatar.value_or("").empty()), false, ROW(v.phoneNumber), Text("13800000001"),
+             ROW(v.email.value_or("").empty()), false, ROW(v.privateShortMeetingNum.has_value()), true,
+             ROW(v.isInitialPassword), Flag(false), ROW(v.isAnonymous), Flag(false));
 
   // Bob has no email, avatar or company; carol's password is an initial one.
   Result<morvanta::AccountInfo> b = Get(account.loginByPassword({"bob", "bob-password"}));
   ASSERT_EQ(b.code, 0) << b.message;
   ASSERT_TRUE(b.value);
-  EXPECT_EQ(b.value->userUuid, "user-bob-0002");
-  EXPECT_FALSE(b.value->email.has_value());
-  EXPECT_FALSE(b.value->avatar.has_value());
-  EXPECT_FALSE(b.value->corpName.has_value());
+  ExpectRows(ROW(b.value->userUuid), "user-bob-0002", ROW(b.value->email), Text(), ROW(b.value->avatar), Text(),
+             ROW(b.value->corpName), Text());
   Result<morvanta::AccountInfo> c = Get(account.loginByPassword({"carol", "carol-initial"}));
   ASSERT_TRUE(c.value);
   EXPECT_EQ(c.value->isInitialPassword, std::optional<bool>(true));
@@ -54,9 +51,7 @@ TEST_F(Operations, RecordFamilyCarriesEverySetFieldAndLeavesUnsetOnesEmpty) {
   Answer<morvanta::AccountInfo> wrong;
   account.loginByPassword({"alice", "not-her-password"}, wrong.callback());
   Result<morvanta::AccountInfo> w = wrong.wait();
-  EXPECT_EQ(w.code, 1011);
-  EXPECT_FALSE(w.message.empty());
-  EXPECT_FALSE(w.value.has_value());
+  ExpectRows(ROW(w.code), 1011, ROW(w.message.empty()), false, ROW(w.value.has_value()), false);
 
   // The C++-linkage export, through the same family.
   Result<morvanta::AccountInfo> sms = Get(account.loginBySmsCode({"13800000002", "222222"}));
@@ -65,25 +60,21 @@ TEST_F(Operations, RecordFamilyCarriesEverySetFieldAndLeavesUnsetOnesEmpty) {
   Result<morvanta::AccountInfo> token = Get(account.loginByToken({"alice", "alice-token", std::nullopt, false}));
   ASSERT_EQ(token.code, 0) << token.message;
   EXPECT_EQ(token.value->userUuid, "user-alice-0001");
-  EXPECT_EQ(alice.calls(), 1);
-  EXPECT_EQ(wrong.calls(), 1);
+  ExpectRows(ROW(alice.calls()), 1, ROW(wrong.calls()), 1);
 }
 
 TEST_F(Operations, PlainStringIntegerAndListFamiliesInBothForms) {
   auto audio = session.audio();
   auto video = session.video();
 
-  // string
+  // string and integer, the callback form first
   Answer<std::string> speaker;
   audio.getSpeakerDeviceId(speaker.callback());
-  EXPECT_EQ(speaker.wait().value, std::optional<std::string>("spk-builtin"));
-  EXPECT_EQ(Get(audio.getMicrophoneDeviceId()).value, std::optional<std::string>("mic-builtin"));
-
-  // integer
   Answer<uint32_t> volume;
   audio.getSpeakerVolume(volume.callback());
-  EXPECT_EQ(volume.wait().value, std::optional<uint32_t>(80));
-  EXPECT_EQ(Get(audio.getMicrophoneVolume()).value, std::optional<uint32_t>(60));
+  ExpectRows(ROW(speaker.wait().value), Text("spk-builtin"), ROW(Get(audio.getMicrophoneDeviceId()).value),
+             Text("mic-builtin"), ROW(volume.wait().value), std::optional<uint32_t>(80),
+             ROW(Get(audio.getMicrophoneVolume()).value), std::optional<uint32_t>(60));
 
   // list
   Answer<std::vector<morvanta::DeviceInfo>> speakers;
@@ -92,26 +83,21 @@ TEST_F(Operations, PlainStringIntegerAndListFamiliesInBothForms) {
   ASSERT_EQ(s.code, 0) << s.message;
   ASSERT_TRUE(s.value);
   ASSERT_EQ(s.value->size(), 3u);
-  EXPECT_EQ((*s.value)[0].deviceId, "spk-builtin");
-  EXPECT_EQ((*s.value)[1].deviceId, "spk-usb-headset");
-  EXPECT_FALSE((*s.value)[2].deviceName.empty());
   Result<std::vector<morvanta::DeviceInfo>> cams = Get(video.getCameraDeviceList());
   ASSERT_TRUE(cams.value);
   ASSERT_EQ(cams.value->size(), 2u);
-  EXPECT_EQ((*cams.value)[1].deviceId, "cam-usb-4k");
+  ExpectRows(ROW((*s.value)[0].deviceId), "spk-builtin", ROW((*s.value)[1].deviceId), "spk-usb-headset",
+             ROW((*s.value)[2].deviceName.empty()), false, ROW((*cams.value)[1].deviceId), "cam-usb-4k");
 
   // plain: a change the next read sees, and a refusal of the service
   Answer<void> set;
   audio.setSpeakerDevice("spk-hdmi", set.callback());
   EXPECT_EQ(set.wait().code, 0);
-  EXPECT_EQ(Get(audio.getSpeakerDeviceId()).value, std::optional<std::string>("spk-hdmi"));
+  ExpectRows(ROW(Get(audio.getSpeakerDeviceId()).value), Text("spk-hdmi"));
   Result<void> bad = Get(audio.setSpeakerDevice("no-such-speaker"));
-  EXPECT_EQ(bad.code, 1000);
-  EXPECT_FALSE(bad.message.empty());
-  EXPECT_EQ(Get(audio.setSpeakerVolume(35)).code, 0);
-  EXPECT_EQ(Get(audio.getSpeakerVolume()).value, std::optional<uint32_t>(35));
-  EXPECT_EQ(set.calls(), 1);
-  EXPECT_EQ(speaker.calls(), 1);
+  ExpectRows(ROW(bad.code), 1000, ROW(bad.message.empty()), false, ROW(Get(audio.setSpeakerVolume(35)).code), 0);
+  ExpectRows(ROW(Get(audio.getSpeakerVolume()).value), std::optional<uint32_t>(35), ROW(set.calls()), 1,
+             ROW(speaker.calls()), 1);
 }
 
 TEST_F(Operations, RefusedCallsCompleteAtOnceOnTheCallingThread) {
@@ -123,20 +109,23 @@ TEST_F(Operations, RefusedCallsCompleteAtOnceOnTheCallingThread) {
   ASSERT_EQ(refused.calls(), 1);  // before the call returned
   EXPECT_EQ(refused.thread(), std::this_thread::get_id());
   Result<uint32_t> r = refused.wait(0ms);
-  EXPECT_EQ(r.code, -1);
-  EXPECT_NE(r.message.find("Morvanta_Audio_GetSpeakerVolume"), std::string::npos) << r.message;
   EXPECT_FALSE(r.value.has_value());
-
   auto future = none.muteMyAudio();
   ASSERT_EQ(future.wait_for(0ms), std::future_status::ready);
   Result<void> f = future.get();
-  EXPECT_EQ(f.code, -1);
-  EXPECT_NE(f.message.find("Morvanta_Audio_MuteMyAudio"), std::string::npos) << f.message;
-
   // A required argument the C function refuses: an empty list of ids.
   Result<std::vector<morvanta::SearchAccountInfo>> empty = Get(session.invite().getAccountInfoList({}), 0ms);
-  EXPECT_EQ(empty.code, -1);
-  EXPECT_NE(empty.message.find("Morvanta_Invite_GetAccountInfoList"), std::string::npos) << empty.message;
+  const struct {
+    int code;
+    std::string message;
+    const char* function;
+  } rows[] = {{r.code, r.message, "Morvanta_Audio_GetSpeakerVolume"},
+              {f.code, f.message, "Morvanta_Audio_MuteMyAudio"},
+              {empty.code, empty.message, "Morvanta_Invite_GetAccountInfoList"}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(row.code, -1) << row.function;
+    EXPECT_NE(row.message.find(row.function), std::string::npos) << row.function << ": " << row.message;
+  }
 }
 
 TEST_F(Operations, InviteListsCarryOptionalFields) {
@@ -148,25 +137,20 @@ TEST_F(Operations, InviteListsCarryOptionalFields) {
   ASSERT_EQ(phone.code, 0) << phone.message;
   ASSERT_TRUE(phone.value);
   ASSERT_EQ(phone.value->size(), 1u);
-  EXPECT_EQ((*phone.value)[0].userUuid, "user-alice-0001");
-  EXPECT_EQ((*phone.value)[0].phoneNumber, std::optional<std::string>("13800000001"));
-  EXPECT_TRUE((*phone.value)[0].avatar.has_value());
-  EXPECT_TRUE((*phone.value)[0].dept.has_value());
+  const morvanta::SearchAccountInfo& p = (*phone.value)[0];
+  ExpectRows(ROW(p.userUuid), "user-alice-0001", ROW(p.phoneNumber), Text("13800000001"),
+             ROW(p.avatar.has_value()), true, ROW(p.dept.has_value()), true);
 
   auto list = Get(invite.getAccountInfoList({"user-bob-0002", "nobody", "user-alice-0001"}));
   ASSERT_EQ(list.code, 0) << list.message;
   ASSERT_TRUE(list.value);
   ASSERT_EQ(list.value->size(), 2u);
-  EXPECT_EQ((*list.value)[0].userUuid, "user-bob-0002");
-  EXPECT_FALSE((*list.value)[0].avatar.has_value());
-  EXPECT_FALSE((*list.value)[0].dept.has_value());
-  EXPECT_EQ((*list.value)[1].userUuid, "user-alice-0001");
-
+  const auto& l = *list.value;
+  ExpectRows(ROW(l[0].userUuid), "user-bob-0002", ROW(l[0].avatar), Text(), ROW(l[0].dept), Text(),
+             ROW(l[1].userUuid), "user-alice-0001");
   // No match is a success with an empty list, not a missing one.
   auto none = Get(invite.searchAccountByPhone("19999999999"));
-  EXPECT_EQ(none.code, 0);
-  ASSERT_TRUE(none.value);
-  EXPECT_TRUE(none.value->empty());
+  ExpectRows(ROW(none.code), 0, ROW(none.value.has_value() && none.value->empty()), true);
 }
 
 TEST_F(Operations, SchedulingRoundTripsOptionsAndNestedRecords) {
@@ -181,16 +165,14 @@ TEST_F(Operations, SchedulingRoundTripsOptionsAndNestedRecords) {
   auto s = scheduled.wait();
   ASSERT_EQ(s.code, 0) << s.message;
   ASSERT_TRUE(s.value);
-  EXPECT_EQ(s.value->subject, "Roadmap");
-  EXPECT_TRUE(s.value->enableWaitingRoom);
-  EXPECT_GT(s.value->meetingId, int64_t{1} << 32);  // 64-bit ids survive
-  EXPECT_FALSE(s.value->meetingNum.empty());
-  EXPECT_EQ(s.value->ownerUserUuid, "user-alice-0001");
   ASSERT_TRUE(s.value->localMember);
-  EXPECT_EQ(s.value->localMember->role, morvanta::Role::Host);
   ASSERT_FALSE(s.value->scheduledMembers.empty());
-  EXPECT_EQ(s.value->scheduledMembers[0].userUuid, "user-alice-0001");
-  EXPECT_FALSE(s.value->noChat.has_value());
+  const morvanta::MeetingInfo& v = *s.value;
+  ExpectRows(ROW(v.subject), "Roadmap", ROW(v.enableWaitingRoom), true,
+             ROW(v.meetingId > int64_t{1} << 32), true,  // 64-bit ids survive
+             ROW(v.meetingNum.empty()), false, ROW(v.ownerUserUuid), "user-alice-0001",
+             ROW(v.localMember->role), morvanta::Role::Host, ROW(v.scheduledMembers[0].userUuid), "user-alice-0001",
+             ROW(v.noChat), Flag());
 
   morvanta::PreMeetingEditOptions edit;
   edit.subject = "Roadmap, revised";
@@ -213,11 +195,9 @@ TEST_F(Operations, SchedulingRoundTripsOptionsAndNestedRecords) {
   ASSERT_EQ(list.value->size(), 1u);
   EXPECT_EQ((*list.value)[0].meetingNum, s.value->meetingNum);
   EXPECT_EQ(Get(pre.getMeetingListBySize(std::nullopt)).value->size(), 1u);
-
   EXPECT_EQ(Get(pre.cancelMeeting(s.value->meetingId, std::nullopt)).code, 0);
   auto gone = Get(pre.getMeetingInfoByMeetingNum(s.value->meetingNum));
-  EXPECT_EQ(gone.code, 1102);
-  EXPECT_FALSE(gone.value.has_value());
+  ExpectRows(ROW(gone.code), 1102, ROW(gone.value.has_value()), false);
 }
 
 TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
@@ -232,22 +212,17 @@ TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
   auto i = info.wait(0ms);
   ASSERT_EQ(i.code, 0) << i.message;
   ASSERT_TRUE(i.value);
-  EXPECT_EQ(i.value->subject, "Records");
-  EXPECT_EQ(i.value->role, morvanta::Role::Host);
-  EXPECT_EQ(i.value->hostUuid, "user-alice-0001");
-  EXPECT_FALSE(i.value->meetingNum.empty());
-  EXPECT_TRUE(i.value->meetingId.has_value());
-  EXPECT_EQ(i.value->isWaitingRoomEnabled, std::optional<bool>(false));
-  EXPECT_EQ(i.value->inWaitingRoom, std::optional<bool>(false));
+  const morvanta::MeetingSDKInfo& v = *i.value;
+  ExpectRows(ROW(v.subject), "Records", ROW(v.role), morvanta::Role::Host, ROW(v.hostUuid), "user-alice-0001",
+             ROW(v.meetingNum.empty()), false, ROW(v.meetingId.has_value()), true, ROW(v.isWaitingRoomEnabled),
+             Flag(false), ROW(v.inWaitingRoom), Flag(false));
 
   auto members = Get(session.member().getMemberList(), 0ms);
   ASSERT_EQ(members.code, 0);
   ASSERT_TRUE(members.value);
   ASSERT_GE(members.value->size(), 1u);
-  EXPECT_EQ((*members.value)[0].uuid, "user-alice-0001");
-  EXPECT_TRUE((*members.value)[0].isHost);
-  EXPECT_FALSE((*members.value)[0].isAudioOn);
-
+  const morvanta::Member& me = (*members.value)[0];
+  ExpectRows(ROW(me.uuid), "user-alice-0001", ROW(me.isHost), true, ROW(me.isAudioOn), false);
   auto room = Get(session.waitingRoom().getInfo(), 0ms);
   ASSERT_EQ(room.code, 0);
   EXPECT_FALSE(room.value->isEnabledOnEntry);
@@ -259,8 +234,7 @@ TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
   security.getChatroomPermission(permission.callback());
   auto p = permission.wait();
   ASSERT_TRUE(p.value);
-  EXPECT_EQ(p.value->crPerm, "publicChatOnly");
-  EXPECT_EQ(p.value->wtPrChat, "noChat");
+  ExpectRows(ROW(p.value->crPerm), "publicChatOnly", ROW(p.value->wtPrChat), "noChat");
 
   // A chat message out, and back in to recall it.
   auto chat = session.chatroom();
@@ -270,12 +244,10 @@ TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
   chat.sendTextMessage(text, sent.callback());
   auto m = sent.wait();
   ASSERT_EQ(m.code, 0) << m.message;
-  EXPECT_EQ(m.message, "Success");
   ASSERT_TRUE(m.value);
-  EXPECT_EQ(m.value->text, "hello from C++");
-  EXPECT_EQ(m.value->messageType, morvanta::ChatMessageType::Text);
-  EXPECT_FALSE(m.value->messageUuid.empty());
-  EXPECT_EQ(m.value->fromUserUuid, "user-alice-0001");
+  ExpectRows(ROW(m.message), "Success", ROW(m.value->text), "hello from C++", ROW(m.value->messageType),
+             morvanta::ChatMessageType::Text, ROW(m.value->messageUuid.empty()), false, ROW(m.value->fromUserUuid),
+             "user-alice-0001");
   EXPECT_EQ(Get(chat.recallMessage(*m.value)).code, 0);
 
   // Capture sources: a list whose records hold images.
@@ -283,10 +255,9 @@ TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
   ASSERT_EQ(sources.code, 0) << sources.message;
   ASSERT_TRUE(sources.value);
   ASSERT_EQ(sources.value->size(), 5u);
-  EXPECT_FALSE((*sources.value)[0].isWindow);
-  EXPECT_EQ((*sources.value)[0].isPrimaryMonitor, std::optional<bool>(true));
-  EXPECT_TRUE((*sources.value)[2].isWindow);
-  EXPECT_EQ((*sources.value)[2].appPath, std::optional<std::string>("/usr/bin/sandbox-slides"));
+  const auto& src = *sources.value;
+  ExpectRows(ROW(src[0].isWindow), false, ROW(src[0].isPrimaryMonitor), Flag(true), ROW(src[2].isWindow), true,
+             ROW(src[2].appPath), Text("/usr/bin/sandbox-slides"));
 
   // Operations that answer on return.
   Answer<void> profile;
@@ -295,7 +266,6 @@ TEST_F(Operations, InMeetingRecordsQueriesAndChatMessagesGoBothWays) {
   EXPECT_EQ(profile.wait(0ms).code, 0);
   EXPECT_EQ(Get(meeting.leaveMeeting(true)).code, 0);
   auto after = Get(meeting.getMeetingInfo(), 0ms);
-  EXPECT_EQ(after.code, -999);
-  EXPECT_FALSE(after.value.has_value());
+  ExpectRows(ROW(after.code), -999, ROW(after.value.has_value()), false);
   EXPECT_EQ(Get(meeting.releaseMeeting(), 0ms).code, 0);
 }

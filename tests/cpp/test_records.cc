@@ -5,9 +5,14 @@
 #include <cstring>
 
 #include "cpp_harness.h"
+#include "fold_c_rows.h"
 
 namespace d = morvanta::detail;
 using morvanta::Role;
+using test_rows::ExpectAll;
+using test_rows::ExpectRows;
+using test_rows::Str;
+using Text = std::optional<std::string>;
 
 namespace {
 
@@ -34,23 +39,17 @@ TEST(Records, AccountInfoWithEveryFieldSetAndUnset) {
                         1, 0};
   morvanta::AccountInfo a = d::toCpp(c);
   EXPECT_EQ(a.userUuid + a.userToken + a.nickname + a.privateMeetingNum, "utnp");
-  EXPECT_EQ(a.corpName, std::optional<std::string>("corp"));
-  EXPECT_EQ(a.account, std::optional<std::string>("acc"));
-  EXPECT_EQ(a.avatar, std::optional<std::string>("av"));
-  EXPECT_EQ(a.phoneNumber, std::optional<std::string>("ph"));
-  EXPECT_EQ(a.email, std::optional<std::string>("em"));
-  EXPECT_EQ(a.privateShortMeetingNum, std::optional<std::string>("short"));
-  EXPECT_EQ(a.isInitialPassword, std::optional<bool>(true));
-  EXPECT_EQ(a.isAnonymous, std::optional<bool>(false));
+  ExpectRows(ROW(a.corpName), Text("corp"), ROW(a.account), Text("acc"), ROW(a.avatar), Text("av"),
+             ROW(a.phoneNumber), Text("ph"), ROW(a.email), Text("em"), ROW(a.privateShortMeetingNum), Text("short"),
+             ROW(a.isInitialPassword), std::optional<bool>(true), ROW(a.isAnonymous), std::optional<bool>(false));
 
   MorvantaAccountInfo none{};
   none.is_initial_password = none.is_anonymous = -1;
   morvanta::AccountInfo b = d::toCpp(none);
   EXPECT_EQ(b.userUuid, "");
-  for (const auto* o : {&b.corpName, &b.account, &b.avatar, &b.phoneNumber, &b.email, &b.privateShortMeetingNum})
-    EXPECT_FALSE(o->has_value());
-  EXPECT_FALSE(b.isInitialPassword.has_value());
-  EXPECT_FALSE(b.isAnonymous.has_value());
+  ExpectAll(Text(), ROW(b.corpName), ROW(b.account), ROW(b.avatar), ROW(b.phoneNumber), ROW(b.email),
+            ROW(b.privateShortMeetingNum));
+  ExpectAll(std::optional<bool>(), ROW(b.isInitialPassword), ROW(b.isAnonymous));
 }
 
 TEST(Records, MeetingRecordsKeepNestedPartsAndNotGivenNumbers) {
@@ -60,15 +59,11 @@ TEST(Records, MeetingRecordsKeepNestedPartsAndNotGivenNumbers) {
                         scheduled, 2, 1, 0, 1};
   morvanta::MeetingInfo m = d::toCpp(c);
   ASSERT_TRUE(m.localMember);
-  EXPECT_EQ(m.localMember->role, Role::Evaluator);
-  EXPECT_EQ(m.meetingId, 4300000001LL);
-  EXPECT_EQ(m.ownerNickname, "Own");
   ASSERT_EQ(m.scheduledMembers.size(), 2u);
-  EXPECT_EQ(m.scheduledMembers[0].role, Role::Supervise);
-  EXPECT_EQ(m.scheduledMembers[1].role, Role::Host);  // an unknown role text reads as host
-  EXPECT_EQ(m.noCloudRecord, std::optional<bool>(true));
-  EXPECT_EQ(m.noChat, std::optional<bool>(false));
-  EXPECT_TRUE(m.enableWaitingRoom);
+  ExpectRows(ROW(m.localMember->role), Role::Evaluator, ROW(m.meetingId), 4300000001LL, ROW(m.ownerNickname), "Own",
+             ROW(m.scheduledMembers[0].role), Role::Supervise, ROW(m.noCloudRecord), std::optional<bool>(true),
+             ROW(m.noChat), std::optional<bool>(false), ROW(m.enableWaitingRoom), true,
+             ROW(m.scheduledMembers[1].role), Role::Host);  // an unknown role text reads as host
 
   MorvantaMeetingInfo bare{};
   bare.no_cloud_record = bare.no_chat = -1;
@@ -90,9 +85,8 @@ TEST(Records, MeetingRecordsKeepNestedPartsAndNotGivenNumbers) {
   in.max_members = 300;
   in.in_waiting_room = 1;
   n = d::toCpp(in);
-  EXPECT_EQ(n.meetingId, std::optional<int64_t>(0));
-  EXPECT_EQ(n.maxMembers, std::optional<int32_t>(300));
-  EXPECT_EQ(n.inWaitingRoom, std::optional<bool>(true));
+  ExpectRows(ROW(n.meetingId), std::optional<int64_t>(0), ROW(n.maxMembers), std::optional<int32_t>(300),
+             ROW(n.inWaitingRoom), std::optional<bool>(true));
 }
 
 TEST(Records, ChatMessagesConvertBothWays) {
@@ -119,38 +113,27 @@ TEST(Records, ChatMessagesConvertBothWays) {
   EXPECT_EQ(m.messageType, morvanta::ChatMessageType::File);
   EXPECT_EQ(m.toUserUuidList, (std::vector<std::string>{"x", "y"}));
   ASSERT_TRUE(m.attach);
-  EXPECT_EQ(m.attach->toNick, std::vector<std::string>{"X"});
-  EXPECT_EQ(m.attach->operator_, "op");
-  EXPECT_EQ(m.attach->msgTime, 77);
   ASSERT_TRUE(m.file);
-  EXPECT_EQ(m.file->size, 48213u);
-  EXPECT_EQ(m.file->filePath, "/tmp/a.pdf");
-  EXPECT_TRUE(m.isMe && m.hasTempFile);
-  EXPECT_FALSE(m.resend || m.isPrivate);
-  EXPECT_EQ(m.text, "");  // NULL in the C record
+  ExpectRows(ROW(m.attach->toNick), std::vector<std::string>{"X"}, ROW(m.attach->operator_), "op",
+             ROW(m.attach->msgTime), 77, ROW(m.file->size), 48213u, ROW(m.file->filePath), "/tmp/a.pdf",
+             ROW(m.isMe && m.hasTempFile), true, ROW(m.resend || m.isPrivate), false,
+             ROW(m.text), "");  // NULL in the C record
 
   // Handed back to the library: the same C record, "" as NULL.
   d::Lower<morvanta::ChatMessage> back(m);
   const MorvantaChatMessage& b = back.c_;
-  EXPECT_STREQ(b.message_uuid, "m-1");
-  EXPECT_STREQ(b.message_type, "file");
-  EXPECT_EQ(b.text, nullptr);
   ASSERT_EQ(b.to_user_uuid_count, 2);
-  EXPECT_STREQ(b.to_user_uuid_list[1], "y");
   ASSERT_NE(b.attach, nullptr);
-  EXPECT_EQ(b.attach->to_count, 2);
-  EXPECT_STREQ(b.attach->to_nick[0], "X");
   ASSERT_NE(b.file, nullptr);
-  EXPECT_EQ(b.file->size, 48213u);
-  EXPECT_EQ(b.percentage, 0.5);
-  EXPECT_EQ(d::toCpp(b).loaded, "10");
+  ExpectRows(ROW(Str(b.message_uuid)), "m-1", ROW(Str(b.message_type)), "file", ROW(b.text), nullptr,
+             ROW(Str(b.to_user_uuid_list[1])), "y", ROW(b.attach->to_count), 2,
+             ROW(Str(b.attach->to_nick[0])), "X", ROW(b.file->size), 48213u, ROW(b.percentage), 0.5,
+             ROW(d::toCpp(b).loaded), "10");
 
   morvanta::ChatMessage plain;
   d::Lower<morvanta::ChatMessage> empty(plain);
-  EXPECT_EQ(empty.c_.message_type, nullptr);
-  EXPECT_EQ(empty.c_.attach, nullptr);
-  EXPECT_EQ(empty.c_.file, nullptr);
-  EXPECT_EQ(empty.c_.to_user_uuid_list, nullptr);
+  ExpectAll(nullptr, ROW(empty.c_.message_type), ROW(empty.c_.attach), ROW(empty.c_.file),
+            ROW(empty.c_.to_user_uuid_list));
   EXPECT_EQ(d::toCpp(empty.c_).messageType, morvanta::ChatMessageType::Unknown);
 }
 
@@ -162,11 +145,9 @@ TEST(Records, CaptureImagesAreAbsentOnlyWhenTheirBlockIsEmpty) {
   c.is_primary_monitor = -1;
   c.thumbnail = {2, 1, 4, pixels};
   morvanta::ScreenCaptureSource s = d::toCpp(c);
-  EXPECT_FALSE(s.icon.has_value());
   ASSERT_TRUE(s.thumbnail);
-  EXPECT_EQ(s.thumbnail->data, (std::vector<uint8_t>{1, 2, 3, 4}));
-  EXPECT_FALSE(s.isPrimaryMonitor.has_value());
-  EXPECT_FALSE(s.appName.has_value());
+  ExpectRows(ROW(s.icon.has_value()), false, ROW(s.thumbnail->data), std::vector<uint8_t>{1, 2, 3, 4},
+             ROW(s.isPrimaryMonitor.has_value()), false, ROW(s.appName.has_value()), false);
   c.icon = {16, 16, 0, nullptr};  // a size without pixels
   ASSERT_TRUE(d::toCpp(c).icon);
   EXPECT_EQ(d::toCpp(c).icon->width, 16);
@@ -178,14 +159,8 @@ TEST(Records, OptionsBecomeCRecordsWithUnsetFieldsNegativeOrNull) {
   unset.subject = "s";
   d::Lower<morvanta::MeetingCreateOptions> u(unset);
   EXPECT_STREQ(u.c_.subject, "s");
-  EXPECT_EQ(u.c_.meetingNum, nullptr);
-  EXPECT_EQ(u.c_.password, nullptr);
-  EXPECT_EQ(u.c_.noChat, -1);
-  EXPECT_EQ(u.c_.joinTimeout, -1);
-  EXPECT_EQ(u.c_.startTime, -1);
-  EXPECT_EQ(u.c_.enableWaitingRoom, -1);
-  EXPECT_EQ(u.c_.videoProfile, nullptr);
-  EXPECT_EQ(u.c_.cloudRecordConfig, nullptr);
+  ExpectAll(nullptr, ROW(u.c_.meetingNum), ROW(u.c_.password), ROW(u.c_.videoProfile), ROW(u.c_.cloudRecordConfig));
+  ExpectAll(-1, ROW(u.c_.noChat), ROW(u.c_.joinTimeout), ROW(u.c_.startTime), ROW(u.c_.enableWaitingRoom));
 
   morvanta::MeetingCreateOptions set = unset;
   set.meetingNum = "";
@@ -196,13 +171,10 @@ TEST(Records, OptionsBecomeCRecordsWithUnsetFieldsNegativeOrNull) {
   set.cloudRecordConfig = morvanta::CloudRecordConfig{true};
   d::Lower<morvanta::MeetingCreateOptions> l(set);
   EXPECT_STREQ(l.c_.meetingNum, "");  // set, though empty
-  EXPECT_EQ(l.c_.noChat, 0);
-  EXPECT_EQ(l.c_.joinTimeout, 0);
-  EXPECT_EQ(l.c_.endTime, 5);
   ASSERT_NE(l.c_.videoProfile, nullptr);
-  EXPECT_EQ(l.c_.videoProfile->frameRate, 30);
   ASSERT_NE(l.c_.cloudRecordConfig, nullptr);
-  EXPECT_EQ(l.c_.cloudRecordConfig->enable, 1);
+  ExpectRows(ROW(l.c_.noChat), 0, ROW(l.c_.joinTimeout), 0, ROW(l.c_.endTime), 5, ROW(l.c_.videoProfile->frameRate), 30,
+             ROW(l.c_.cloudRecordConfig->enable), 1);
 
   morvanta::PreMeetingOptions pre;
   pre.enableJoinBeforeHost = true;
@@ -210,29 +182,24 @@ TEST(Records, OptionsBecomeCRecordsWithUnsetFieldsNegativeOrNull) {
   d::Lower<morvanta::PreMeetingOptions> p(pre);
   const MorvantaPreMeetingCreateOptions* create = std::get<0>(p.args());
   const MorvantaPreMeetingEditOptions* edit = std::get<0>(p.args());
-  EXPECT_EQ(create->subject, nullptr);
-  EXPECT_EQ(edit->start_time, -1);
-  EXPECT_EQ(edit->enable_join_before_host, 1);
-  EXPECT_EQ(create->no_chat, -1);
   ASSERT_EQ(edit->scheduled_member_count, 2);
-  EXPECT_STREQ(edit->scheduled_members[0].role, "evaluator");
-  EXPECT_STREQ(create->scheduled_members[1].user_uuid, "b");
+  ExpectRows(ROW(create->subject), nullptr, ROW(edit->start_time), -1, ROW(edit->enable_join_before_host), 1,
+             ROW(create->no_chat), -1, ROW(Str(edit->scheduled_members[0].role)), "evaluator",
+             ROW(Str(create->scheduled_members[1].user_uuid)), "b");
 
   morvanta::ChatroomTextMessageOptions text;
   text.text = "hi";
   text.toUserUuidList = {"p", "q"};
   d::Lower<morvanta::ChatroomTextMessageOptions> t(text);
-  EXPECT_EQ(t.c_.is_private, -1);
-  EXPECT_EQ(t.c_.id_client, nullptr);
   ASSERT_EQ(t.c_.to_user_uuid_count, 2);
-  EXPECT_STREQ(t.c_.to_user_uuid_list[1], "q");
+  ExpectRows(ROW(t.c_.is_private), -1, ROW(t.c_.id_client), nullptr, ROW(Str(t.c_.to_user_uuid_list[1])), "q");
 
   EXPECT_EQ(d::Lower<std::optional<morvanta::StopScreenShareConfig>>(std::nullopt).args(), std::make_tuple(nullptr));
-  EXPECT_EQ(std::get<0>(d::Lower<std::optional<bool>>(std::nullopt).args()), -1);
-  EXPECT_EQ(std::get<0>(d::Lower<std::optional<bool>>(true).args()), 1);
   morvanta::LoginByTokenOptions token{"id", "tok", std::nullopt, std::nullopt};
-  EXPECT_EQ(d::Lower<morvanta::LoginByTokenOptions>(token).c_.auth_type, -1);
-  EXPECT_EQ(d::Lower<morvanta::LoginByTokenOptions>(token).c_.is_temporary, -1);
+  ExpectRows(ROW(std::get<0>(d::Lower<std::optional<bool>>(std::nullopt).args())), -1,
+             ROW(std::get<0>(d::Lower<std::optional<bool>>(true).args())), 1,
+             ROW(d::Lower<morvanta::LoginByTokenOptions>(token).c_.auth_type), -1,
+             ROW(d::Lower<morvanta::LoginByTokenOptions>(token).c_.is_temporary), -1);
 }
 
 TEST(Records, FamilyTrampolinesSeparateValuesFromMissingPayloads) {

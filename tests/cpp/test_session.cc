@@ -4,30 +4,35 @@
 #include <atomic>
 
 #include "cpp_harness.h"
+#include "fold_c_rows.h"
 
 using namespace cpp_test;
+using test_rows::ExpectRows;
 
 TEST(Session, CreationFailuresOwnNothing) {
-  morvanta::SessionOptions noKey = SandboxOptions();
-  noKey.appKey.clear();
-  auto r = morvanta::Session::create(noKey);
-  EXPECT_EQ(r.code, -1);
-  EXPECT_FALSE(r.value.has_value());
-  EXPECT_NE(r.message.find("Morvanta_Initialize"), std::string::npos) << r.message;
-  EXPECT_FALSE(morvanta::Session::isInitialized());
-
-  morvanta::SessionOptions noLogPath = SandboxOptions();
-  noLogPath.logPath.clear();
-  EXPECT_EQ(morvanta::Session::create(noLogPath).code, -3);
-  EXPECT_FALSE(morvanta::Session::isInitialized());
-
-  // A refused process-wide choice stops the creation before initialising.
-  morvanta::SessionOptions badMode = SandboxOptions();
-  badMode.bridgeMode = static_cast<morvanta::BridgeMode>(7);
-  auto bad = morvanta::Session::create(badMode);
-  EXPECT_EQ(bad.code, -1);
-  EXPECT_NE(bad.message.find("Morvanta_SetBridgeMode"), std::string::npos) << bad.message;
-  EXPECT_FALSE(morvanta::Session::isInitialized());
+  const struct {
+    const char* name;
+    void (*change)(morvanta::SessionOptions&);
+    int code;
+    const char* function;  // named in the message ("": not checked)
+  } rows[] = {
+      {"no app key", [](morvanta::SessionOptions& o) { o.appKey.clear(); }, -1, "Morvanta_Initialize"},
+      {"no log path", [](morvanta::SessionOptions& o) { o.logPath.clear(); }, -3, ""},
+      // A refused process-wide choice stops the creation before initialising.
+      {"bad bridge mode", [](morvanta::SessionOptions& o) { o.bridgeMode = static_cast<morvanta::BridgeMode>(7); },
+       -1, "Morvanta_SetBridgeMode"},
+  };
+  for (const auto& row : rows) {
+    morvanta::SessionOptions options = SandboxOptions();
+    row.change(options);
+    auto r = morvanta::Session::create(options);
+    EXPECT_EQ(r.code, row.code) << row.name;
+    EXPECT_FALSE(r.value.has_value()) << row.name;
+    if (*row.function) {
+      EXPECT_NE(r.message.find(row.function), std::string::npos) << row.name << ": " << r.message;
+    }
+    EXPECT_FALSE(morvanta::Session::isInitialized()) << row.name;
+  }
 }
 
 TEST(Session, LiveFromCreationUntilClosedOrDestroyedAndOnlyOnceAtATime) {
@@ -35,25 +40,20 @@ TEST(Session, LiveFromCreationUntilClosedOrDestroyedAndOnlyOnceAtATime) {
     auto created = morvanta::Session::create(SandboxOptions());
     ASSERT_EQ(created.code, 0) << created.message;
     morvanta::Session& session = *created.value;
-    EXPECT_TRUE(session.valid());
-    EXPECT_NE(session.handle(), nullptr);
-    EXPECT_TRUE(morvanta::Session::isInitialized());
-    EXPECT_EQ(morvanta::Session::version(), "1.0.0");
+    ExpectRows(ROW(session.valid()), true, ROW(session.handle() != nullptr), true,
+               ROW(morvanta::Session::isInitialized()), true, ROW(morvanta::Session::version()), "1.0.0");
 
     // A second session would not own the library.
     auto second = morvanta::Session::create(SandboxOptions());
-    EXPECT_EQ(second.code, -3);
-    EXPECT_FALSE(second.value.has_value());
-    EXPECT_TRUE(morvanta::Session::isInitialized());
-    EXPECT_TRUE(session.audio().valid());
+    ExpectRows(ROW(second.code), -3, ROW(second.value.has_value()), false, ROW(morvanta::Session::isInitialized()),
+               true, ROW(session.audio().valid()), true);
   }  // destroyed: uninitialised
   EXPECT_FALSE(morvanta::Session::isInitialized());
 
   morvanta::Session again = StartSession();
   ASSERT_TRUE(again.valid());
   EXPECT_EQ(again.close(), 0);
-  EXPECT_FALSE(again.valid());
-  EXPECT_FALSE(morvanta::Session::isInitialized());
+  ExpectRows(ROW(again.valid()), false, ROW(morvanta::Session::isInitialized()), false);
   EXPECT_EQ(again.close(), -2);
   EXPECT_FALSE(again.audio().valid());
 }
@@ -68,8 +68,7 @@ TEST(Session, MovesHandOwnershipOn) {
     EXPECT_EQ(second.handle(), handle);
     morvanta::Session third;
     third = std::move(second);
-    EXPECT_FALSE(second.valid());
-    EXPECT_TRUE(third.valid());
+    ExpectRows(ROW(second.valid()), false, ROW(third.valid()), true);
     first = std::move(third);
   }  // the moved-from ones end nothing
   EXPECT_TRUE(morvanta::Session::isInitialized());
@@ -80,8 +79,8 @@ TEST(Session, MovesHandOwnershipOn) {
   auto moved = std::move(audio);
   EXPECT_FALSE(audio.valid());
   ASSERT_TRUE(moved.valid());
-  EXPECT_EQ(Get(moved.getSpeakerVolume()).value, std::optional<uint32_t>(80));
-  EXPECT_EQ(Get(audio.getSpeakerVolume(), 0ms).code, -1);
+  ExpectRows(ROW(Get(moved.getSpeakerVolume()).value), std::optional<uint32_t>(80),
+             ROW(Get(audio.getSpeakerVolume(), 0ms).code), -1);
 
   // Assigning over a live session ends it.
   first = morvanta::Session();
