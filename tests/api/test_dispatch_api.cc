@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "fold_c_rows.h"
+#include "support/row_checks.h"
 #include "support/dispatch_harness.h"
 
 using namespace morvanta_test;

@@ -12,7 +12,7 @@
 
 #include "capi/callback_slot.h"
 #include "capi/channel_events_harness.h"
-#include "fold_c_rows.h"
+#include "support/row_checks.h"
 #include "support/dispatch_harness.h"
 
 using namespace morvanta_test;

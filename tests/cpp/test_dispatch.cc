@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "cpp_harness.h"
-#include "fold_c_rows.h"
+#include "support/row_checks.h"
 
 using namespace cpp_test;
 using test_rows::ExpectRows;

@@ -2,7 +2,7 @@
 // its future form, against the sandbox SDK: the values arrive converted, the
 // completion runs once, refusals complete at once on the calling thread.
 #include "cpp_harness.h"
-#include "fold_c_rows.h"
+#include "support/row_checks.h"
 
 using namespace cpp_test;
 using morvanta::Result;

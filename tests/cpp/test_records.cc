@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "cpp_harness.h"
-#include "fold_c_rows.h"
+#include "support/row_checks.h"
 
 namespace d = morvanta::detail;
 using morvanta::Role;
