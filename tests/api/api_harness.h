@@ -20,33 +20,23 @@
 #include "morvanta.h"
 #include "support/sandbox_config.h"
 #include "support/sandbox_scenario.h"
+#include "support/waited_calls.h"
 
 namespace morvanta_test {
 
 // Collects callback calls; heap-allocated and shared so a late call is safe.
-struct Slot {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
+struct Slot : WaitedCalls {
   int code = 12345;
   std::string message;
   bool message_null = false;
   MorvantaAccountInfo* account = nullptr;
 
-  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, limit, [&] { return calls > 0; });
-  }
   // Waits for the first call, then long enough for a second one (a doubled
   // delivery) to show in Calls().
   bool WaitSettled(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
     if (!Wait(limit)) return false;
     std::this_thread::sleep_for(std::chrono::milliseconds(150));
     return true;
-  }
-  int Calls() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return calls;
   }
   void Record(int c, const char* m) {
     std::lock_guard<std::mutex> lock(mutex);

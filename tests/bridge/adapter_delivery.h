@@ -12,24 +12,14 @@
 #include <thread>
 
 #include "bridge/js_bridge_adapter.h"
+#include "support/waited_calls.h"
 
 namespace bridge_test {
 
-struct Delivery {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
+struct Delivery : morvanta_test::WaitedCalls {
   std::thread::id thread;
   morvanta::JSResult result;
 
-  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, limit, [&] { return calls > 0; });
-  }
-  int Calls() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return calls;
-  }
 };
 
 inline morvanta::JSCallback Catch(const std::shared_ptr<Delivery>& d) {

@@ -10,13 +10,11 @@
 #include <string>
 
 #include "capi/capi_harness.h"
+#include "support/waited_calls.h"
 
 namespace morvanta_test {
 
-struct CallbackSlot {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
+struct CallbackSlot : WaitedCalls {
   int code = 12345;
   std::string message;
   bool message_null = false;
@@ -32,14 +30,6 @@ struct CallbackSlot {
     payload_null = payload == nullptr;
     count = n;
     cv.notify_all();
-  }
-  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, limit, [&] { return calls > 0; });
-  }
-  int Calls() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return calls;
   }
 
   static void OnPlain(int code, const char* message, void* ud) {

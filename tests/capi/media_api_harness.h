@@ -16,15 +16,13 @@
 
 #include "capi/capi_harness.h"
 #include "morvanta.h"
+#include "support/waited_calls.h"
 
 namespace morvanta_test {
 
 // What reached one callback and how often. Payloads are copied and released
 // at once. Held by shared_ptr so that a late call cannot outlive it.
-struct Seen {
-  std::mutex mutex;
-  std::condition_variable cv;
-  int calls = 0;
+struct Seen : WaitedCalls {
   int code = 12345;
   std::string message;
   bool text_null = true;  // string family: NULL payload
@@ -34,14 +32,6 @@ struct Seen {
   uint32_t count = 99;  // list family
   std::vector<std::pair<std::string, std::string>> devices;
 
-  bool Wait(std::chrono::milliseconds limit = std::chrono::seconds(20)) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return cv.wait_for(lock, limit, [&] { return calls > 0; });
-  }
-  int Calls() {
-    std::lock_guard<std::mutex> lock(mutex);
-    return calls;
-  }
 
   template <typename Fill>
   static void Record(void* user_data, int code, const char* message, Fill&& fill) {
